@@ -7,7 +7,7 @@ started=$(date +%s)
 build_preset release -DGLEAM_BUILD_TESTS=OFF -DGLEAM_BUILD_BENCH=OFF -- gleamview
 
 mkdir -p "$root/out"
-photograph=${1:-/usr/share/glmark2/textures/effect-2d.png}
+photograph=${1:-/usr/share/glmark2/textures/nasa1.png}
 picture="$root/out/demo.png"
 "$root/build/release/bin/gleamview" "$photograph" --out "$picture"
 echo "demo: drew $photograph in all $(($(date +%s) - started)) s; the picture is $picture"
