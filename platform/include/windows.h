@@ -14,6 +14,7 @@
 #include "guiddef.h"
 
 #define WINAPI
+#define STDMETHODCALLTYPE
 #define APIENTRY
 #ifndef EXTERN_C
 #define EXTERN_C extern "C"
@@ -77,37 +78,43 @@ using HDC = struct HDC__*;
 
 #include "winerror.h"
 
-struct RECT {
+struct RECT
+{
     LONG left;
     LONG top;
     LONG right;
     LONG bottom;
 };
 
-struct POINT {
+struct POINT
+{
     LONG x;
     LONG y;
 };
 
-struct SIZE {
+struct SIZE
+{
     LONG cx;
     LONG cy;
 };
 
-struct LUID {
+struct LUID
+{
     DWORD LowPart;
     LONG HighPart;
 };
 
 union LARGE_INTEGER {
-    struct {
+    struct
+    {
         DWORD LowPart;
         LONG HighPart;
     } u;
     LONGLONG QuadPart;
 };
 
-struct SECURITY_ATTRIBUTES {
+struct SECURITY_ATTRIBUTES
+{
     DWORD nLength;
     LPVOID lpSecurityDescriptor;
     BOOL bInheritHandle;
@@ -195,7 +202,8 @@ GLEAM_PLATFORM_API void WINAPI OutputDebugStringA(LPCSTR text);
 
 // --- System version ------------------------------------------------------------------------------------------
 
-struct OSVERSIONINFOEXW {
+struct OSVERSIONINFOEXW
+{
     DWORD dwOSVersionInfoSize;
     DWORD dwMajorVersion;
     DWORD dwMinorVersion;
