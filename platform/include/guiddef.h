@@ -6,7 +6,8 @@
 
 #include "gleam_platform_export.h"
 
-struct GUID {
+struct GUID
+{
     unsigned int Data1;
     unsigned short Data2;
     unsigned short Data3;

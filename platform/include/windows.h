@@ -13,6 +13,7 @@
 #include "gleam_platform_export.h"
 #include "guiddef.h"
 
+#define STDMETHODCALLTYPE
 #define WINAPI
 #define STDMETHODCALLTYPE
 #define APIENTRY
