@@ -7,7 +7,7 @@
 #include "PrivateData.h"
 #include "d3d11.h"
 
-namespace platform {
+namespace gleam {
 
 /// Answers for the interfaces of one inheritance line, all of which share one pointer.
 template <const IID&... Iids>
@@ -168,4 +168,4 @@ void AssignUse(T*& place, T* object)
     }
 }
 
-} // namespace platform
+} // namespace gleam

@@ -5,7 +5,7 @@
 
 #include "unknwn.h"
 
-namespace platform {
+namespace gleam {
 
 template <class T>
 class ComPtr
@@ -63,4 +63,4 @@ private:
     T* m_object = nullptr;
 };
 
-} // namespace platform
+} // namespace gleam

@@ -28,7 +28,7 @@ Sink& TheSink()
 
 } // namespace
 
-namespace platform {
+namespace gleam {
 
 std::optional<std::string> DebugValue(std::string_view name)
 {
@@ -66,7 +66,7 @@ void DebugLine(const char* format, ...)
     OutputDebugStringA(text);
 }
 
-} // namespace platform
+} // namespace gleam
 
 void WINAPI OutputDebugStringA(LPCSTR text)
 {
@@ -78,7 +78,7 @@ void WINAPI OutputDebugStringA(LPCSTR text)
     if (sink.call) {
         sink.call(sink.user, text);
     }
-    if (platform::DebugSwitch("output")) {
+    if (gleam::DebugSwitch("output")) {
         std::fputs(text, stderr);
     }
 }

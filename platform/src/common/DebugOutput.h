@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform {
+namespace gleam {
 
 /// Whether GLEAM_DEBUG, a comma-separated list, names this switch. Read anew at each call, so keep the answer where
 /// it matters.
@@ -17,4 +17,4 @@ std::optional<std::string> DebugValue(std::string_view name);
 /// One line of debugger output; the line end is added here. Longer lines than 2,000 bytes are cut.
 [[gnu::format(printf, 1, 2)]] void DebugLine(const char* format, ...);
 
-} // namespace platform
+} // namespace gleam

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-namespace platform {
+namespace gleam {
 
 void PrivateData::Replace(Entry entry, bool remove)
 {
@@ -82,4 +82,4 @@ HRESULT PrivateData::Get(REFGUID name, UINT* size, void* data) const
     return S_OK;
 }
 
-} // namespace platform
+} // namespace gleam

@@ -7,7 +7,7 @@
 
 #include "ComPtr.h"
 
-namespace platform {
+namespace gleam {
 
 /// The private data of one object. All calls are safe from any thread.
 class PrivateData
@@ -31,4 +31,4 @@ private:
     std::vector<Entry> m_entries;
 };
 
-} // namespace platform
+} // namespace gleam
