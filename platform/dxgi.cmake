@@ -2,6 +2,8 @@
 find_package(SDL2 REQUIRED)
 list(APPEND PLATFORM_SOURCES
   src/common/DebugOutput.cpp
+  src/common/FormatInfo.cpp
+  src/common/FormatTable.cpp
   src/common/PrivateData.cpp
   src/common/guids.cpp
 )
