@@ -48,8 +48,9 @@ public:
 
     /// Makes the current block one with `size` free bytes, by going on to the next block or to a new one.
     bool MakeRoom(size_t size);
-    /// Takes back nothing and empties nothing, but writes the fill level of the current block into it, for a reader.
-    void Seal();
+    /// Makes the chain ready for a reader: every block's `used` is exact and nothing is free until Thaw.
+    void Freeze();
+    void Thaw();
     /// Empties the chain and keeps the blocks.
     void Rewind();
     /// Empties the chain and releases the blocks.
@@ -68,6 +69,7 @@ public:
     size_t GetBlockCount() const;
 
 private:
+    void Seal();
     Block* NewBlock(size_t size);
     Block* TakeKeptBlock(size_t size);
 

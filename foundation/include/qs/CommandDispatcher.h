@@ -46,15 +46,15 @@ public:
     explicit CommandDispatcherBuffer(size_t blockSize, size_t fixedRecordSize = 0);
     ~CommandDispatcherBuffer();
 
-    /// Reserves a record of `size` bytes at a multiple of `alignment`, a power of two up to LARGEST_ALIGNMENT, and
-    /// gives its start. The bytes are not cleared. Null, with a message and nothing reserved, when memory runs out, for
-    /// a size beyond BlockChain::LARGEST_REQUEST, another alignment, or while the stream is read.
+    /// Reserves a record of `size` bytes, not 0, at a multiple of `alignment`, a power of two up to LARGEST_ALIGNMENT,
+    /// and gives its start. The bytes are not cleared. Null, with a message and nothing reserved, when memory runs out,
+    /// for a size beyond BlockChain::LARGEST_REQUEST, another alignment, or while the stream is read.
     char* AddCommand(size_t size, size_t alignment)
     {
         const uintptr_t header = reinterpret_cast<uintptr_t>(m_blocks.GetCursor());
         const uintptr_t record = (header + alignment) & ~(uintptr_t(alignment) - 1);
         const uintptr_t end = reinterpret_cast<uintptr_t>(m_blocks.GetEnd());
-        if (!IsAlignment(alignment) || record > end || size > end - record) [[unlikely]] {
+        if (!IsAlignment(alignment) || record > end || size - 1 >= end - record) [[unlikely]] {
             return AddCommandSlow(size, alignment);
         }
         *m_blocks.GetCursor() = static_cast<char>(alignment);
@@ -174,6 +174,7 @@ protected:
 
 private:
     bool RecordObject(RecordedObject* object);
+    void DestroyRecorded();
 
     BlockChain m_data;
     bool m_executing = false;

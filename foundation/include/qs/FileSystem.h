@@ -73,6 +73,8 @@ public:
     /// The same as a view; a null view where GetData is null.
     MemView<const unsigned char> GetMemory() const;
 
+    /// The path the reader was opened with; empty for a default-constructed reader.
+    const char* GetName() const { return m_name.ToChar(); }
     /// Why the file is not loaded ("No such file or directory"); empty when it is.
     const char* GetErrorText() const { return m_error ? m_error : ""; }
 
