@@ -14,6 +14,8 @@
 #include <qs/Path.h>
 #include <qs/ScratchMemory.h>
 
+#include <vector>
+
 struct ID3DUserDefinedAnnotation;
 
 namespace gw {
@@ -390,17 +392,26 @@ protected:
     SRVMap m_srvs;
     ID3DUserDefinedAnnotation* m_annotation = nullptr;
     qs::ObjectContainer<TextureRemoveData> m_delayedRemovals;
+    std::vector<TextureRemoveData> m_removalOverflow; ///< removals that found the table full
     D3D11StateCache m_state;
 
 private:
-    class TextureCreation;
-
-    void DestroyTables();
-    void ReleaseShaderData(Shader& shader);
-    void TrackBuffer(const void* record, std::uint64_t bytes, const char* kind);
-    void UntrackBuffer(const void* record, const char* kind);
+    SRV CreateShaderViews(unsigned usage, const Texture& texture, DxgiFormat viewFormat, DxgiFormat stencilViewFormat);
+    void CreateTargetViews(unsigned usage, Texture& texture);
+    void CreateDepthViews(unsigned usage, Texture& texture);
+    void CreateUnorderedAccessView(unsigned usage, Texture& texture);
+    void ClearNewTarget(const Texture& texture);
+    bool FinishRemoval(TextureRemoveData& data, bool force);
+    void CopyMips(Texture& source, Texture& target);
+    void EmptyStateTables();
+    void EmptyResourceTables();
+    /// Accounts device memory under a scope name, by the record that owns it.
+    static void TrackMemory(const void* record, std::uint64_t bytes, const char* scope);
+    static void UntrackMemory(const void* record, const char* scope);
     void AddBufferView(ID3D11Buffer* buffer, DxgiFormat format, std::uint32_t elements, qs::ObjectHandle owner);
     void ReleaseBufferView(qs::ObjectHandle owner);
+    void ReleaseVertexBuffer(VertexBuffer& record);
+    void ReleaseIndexBuffer(IndexBuffer& record);
 };
 
 } // namespace api

@@ -7,6 +7,7 @@
 #include "Gleamwork/RenderTypes.h"
 #include "Gleamwork/image/Format.h"
 
+#include <qs/Memory.h>
 #include <qs/ObjectHandle.h>
 
 #include <cstdint>
@@ -63,6 +64,8 @@ struct Texture
 /// The shader views of one owner: a texture, a vertex or index buffer, or a structured buffer's texture record.
 struct SRV
 {
+    QS_DECLARE_ALLOC(SRV)
+
     ID3D11ShaderResourceView** views = nullptr;      ///< one or two; the second is the stencil view
     ID3D11ShaderResourceView** sliceViews = nullptr; ///< index `arraySize * mip + slice`, or `slice`; may be null
     api::DxgiFormat format = 0;
