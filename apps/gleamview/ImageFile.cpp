@@ -1,0 +1,124 @@
+// Loading of image files, and the step from grey and CMYK to colour.
+#include "ImageFile.h"
+
+#include "Options.h"
+
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <qs/Path.h>
+
+namespace gleamview {
+
+namespace {
+
+/// What a device has no format for is widened while it is read.
+constexpr std::array<gw::image::FormatReplacement, 2> s_widened = {{
+    {gw::FORMAT_RGB8, gw::FORMAT_RGBA8},
+    {gw::FORMAT_RGB16, gw::FORMAT_RGBA16},
+}};
+
+template <class Sample>
+void SpreadGrey(const Sample* grey, Sample* color, std::size_t pixels, bool hasAlpha)
+{
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const Sample value = hasAlpha ? grey[2 * i] : grey[i];
+        const Sample alpha = hasAlpha ? grey[2 * i + 1] : static_cast<Sample>(~Sample(0));
+        for (int channel = 0; channel < 3; ++channel)
+            color[4 * i + channel] = value;
+        color[4 * i + 3] = alpha;
+    }
+}
+
+/// Inverted CMYK: every component is the light that its ink lets through.
+void ConvertInvertedCmyk(const unsigned char* cmyk, unsigned char* color, std::size_t pixels)
+{
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const unsigned black = cmyk[4 * i + 3];
+        for (int channel = 0; channel < 3; ++channel)
+            color[4 * i + channel] = static_cast<unsigned char>((cmyk[4 * i + channel] * black + 127) / 255);
+        color[4 * i + 3] = 255;
+    }
+}
+
+bool IsJpeg(const qs::Path& path)
+{
+    const qs::_StringView<char> extension = path.GetExtension();
+    const std::string text(extension.GetData(), static_cast<std::size_t>(extension.GetLength()));
+    return strcasecmp(text.c_str(), "jpg") == 0 || strcasecmp(text.c_str(), "jpeg") == 0;
+}
+
+} // namespace
+
+ImageFile::~ImageFile()
+{
+    m_image.FreePixelData();
+}
+
+unsigned ImageFile::GetByteSize() const
+{
+    return GetWidth() * GetHeight() * (m_format == gw::FORMAT_RGBA16 ? 8u : 4u);
+}
+
+bool ImageFile::Load(const std::string& path, std::string& error)
+{
+    std::error_code code;
+    if (!std::filesystem::is_regular_file(path, code)) {
+        error = path + ": " + (code ? code.message() : "not a file");
+        return false;
+    }
+    const qs::Path file(qs::PATH_ROOT_NONE, path.c_str());
+    gw::ImageLoadParams params;
+    params.formatReplacements = {s_widened.data(), static_cast<std::int64_t>(s_widened.size())};
+
+    // Four components tell themselves apart from three only by what the file's own format is.
+    gw::Image header;
+    gw::ImageLoadParams headerParams;
+    headerParams.flags = gw::IMAGE_LOAD_HEADER_ONLY;
+    const bool isCmyk = IsJpeg(file) && header.Load(file, {}, headerParams) && header.GetFormat() == gw::FORMAT_RGBA8;
+
+    if (!m_image.Load(file, {}, params)) {
+        error = path + ": not an image that can be read (png and jpg are known), or damaged";
+        return false;
+    }
+    if (!Check(path, error))
+        return false;
+    m_format = m_image.GetFormat();
+    if (isCmyk) {
+        m_spread.resize(GetByteSize());
+        ConvertInvertedCmyk(m_image.GetPixels(), m_spread.data(), m_spread.size() / 4);
+    } else {
+        SpreadToColor();
+    }
+    return true;
+}
+
+bool ImageFile::Check(const std::string& path, std::string& error) const
+{
+    if (m_image.GetWidth() < 1 || m_image.GetHeight() < 1 || m_image.GetWidth() > MaxPictureSize ||
+        m_image.GetHeight() > MaxPictureSize) {
+        error = path + ": " + std::to_string(m_image.GetWidth()) + " by " + std::to_string(m_image.GetHeight()) +
+                " pixels; a texture has 1 to " + std::to_string(MaxPictureSize) + " each way";
+        return false;
+    }
+    return true;
+}
+
+void ImageFile::SpreadToColor()
+{
+    const bool isGrey8 = m_format == gw::FORMAT_R8 || m_format == gw::FORMAT_RG8;
+    const bool isGrey16 = m_format == gw::FORMAT_R16 || m_format == gw::FORMAT_RG16;
+    if (!isGrey8 && !isGrey16)
+        return;
+    const bool hasAlpha = m_format == gw::FORMAT_RG8 || m_format == gw::FORMAT_RG16;
+    m_format = isGrey8 ? gw::FORMAT_RGBA8 : gw::FORMAT_RGBA16;
+    m_spread.resize(GetByteSize());
+    const std::size_t pixels = std::size_t(GetWidth()) * GetHeight();
+    if (isGrey8)
+        SpreadGrey(m_image.GetPixels(), m_spread.data(), pixels, hasAlpha);
+    else
+        SpreadGrey(reinterpret_cast<const std::uint16_t*>(m_image.GetPixels()),
+                   reinterpret_cast<std::uint16_t*>(m_spread.data()), pixels, hasAlpha);
+}
+
+} // namespace gleamview

@@ -1,0 +1,230 @@
+// Placing, uploading and drawing of the images.
+#include "ImageScene.h"
+
+#include "TextShader.h"
+
+#include <Gleamwork/GWDataLoader.h>
+#include <Gleamwork/GWFS.h>
+#include <Gleamwork/Renderer.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <qs/Path.h>
+
+namespace gleamview {
+
+namespace {
+
+constexpr unsigned MaxShaderImages = 8;
+
+unsigned FullChain(unsigned width, unsigned height)
+{
+    return static_cast<unsigned>(std::bit_width(std::max(width, height)));
+}
+
+gw::ETextureUsageFlag Usage(unsigned bits)
+{
+    return static_cast<gw::ETextureUsageFlag>(bits);
+}
+
+gw::ETextureAccessFlag Access(unsigned bits)
+{
+    return static_cast<gw::ETextureAccessFlag>(bits);
+}
+
+constexpr unsigned DeviceOnly = gw::eTextureAccessFlag_GPURead | gw::eTextureAccessFlag_GPUWrite;
+
+} // namespace
+
+ImageScene::~ImageScene()
+{
+    if (!m_renderer)
+        return;
+    for (Cell& cell : m_cells)
+        RemoveTexture(cell.texture);
+    RemoveTexture(m_target);
+    m_triangle.Destroy(nullptr);
+    if (m_shader.IsValid())
+        m_renderer->RemoveShader(m_shader);
+}
+
+bool ImageScene::Create(const Options& options, std::vector<std::unique_ptr<ImageFile>>& images, std::string& error)
+{
+    m_renderer = gw::details::RendererBase::GetInstance();
+    m_time = options.time;
+    m_userShader = !options.shader.empty();
+    const bool isDeep = std::all_of(images.begin(), images.end(),
+                                    [](const auto& image) { return image->GetFormat() == gw::FORMAT_RGBA16; });
+    m_format = isDeep ? gw::FORMAT_RGBA16 : gw::FORMAT_RGBA8;
+    PlaceCells(options, images);
+    m_exact = IsExactCopy(options);
+    if (m_size.width > MaxPictureSize || m_size.height > MaxPictureSize) {
+        error = "the picture would have " + std::to_string(m_size.width) + " by " + std::to_string(m_size.height) +
+                " pixels, more than " + std::to_string(MaxPictureSize) + " one way; give a --size";
+        return false;
+    }
+    return CreateTextures(images, error) && CreateTarget(error) && CreateShader(options, error);
+}
+
+/// One image fills the picture; several stand in a grid that is as square as it can be.
+void ImageScene::PlaceCells(const Options& options, const std::vector<std::unique_ptr<ImageFile>>& images)
+{
+    const unsigned count = static_cast<unsigned>(images.size());
+    const bool isGrid = !m_userShader && count > 1;
+    const unsigned columns = isGrid ? static_cast<unsigned>(std::ceil(std::sqrt(double(count)))) : 1;
+    const unsigned rows = isGrid ? (count + columns - 1) / columns : 1;
+    Size cellSize;
+    for (const auto& image : images) {
+        cellSize.width = std::max(cellSize.width, image->GetWidth());
+        cellSize.height = std::max(cellSize.height, image->GetHeight());
+    }
+    if (!isGrid)
+        cellSize = {images[0]->GetWidth(), images[0]->GetHeight()};
+    m_size = options.size.value_or(Size{cellSize.width * columns, cellSize.height * rows});
+    for (unsigned i = 0; i < count; ++i) {
+        Cell cell{{}, images[i]->GetWidth(), images[i]->GetHeight(), 0, 0, 0, 0};
+        FitIntoCell(cell, i % columns, i / columns, m_size.width / columns, m_size.height / rows);
+        m_cells.push_back(cell);
+    }
+}
+
+/// An image keeps its proportions, and stands in the middle of its cell. It is made smaller to fit, never larger,
+/// unless it is the only one: then it fills the size that was asked for.
+void ImageScene::FitIntoCell(Cell& cell, unsigned column, unsigned row, unsigned cellWidth, unsigned cellHeight) const
+{
+    const double fit = std::min(double(cellWidth) / cell.imageWidth, double(cellHeight) / cell.imageHeight);
+    const bool isOnly = cellWidth == m_size.width && cellHeight == m_size.height;
+    const double scale = isOnly ? fit : std::min(fit, 1.0);
+    cell.width = std::max(1, static_cast<int>(std::lround(cell.imageWidth * scale)));
+    cell.height = std::max(1, static_cast<int>(std::lround(cell.imageHeight * scale)));
+    cell.x = static_cast<int>(column * cellWidth) + (static_cast<int>(cellWidth) - cell.width) / 2;
+    cell.y = static_cast<int>(row * cellHeight) + (static_cast<int>(cellHeight) - cell.height) / 2;
+}
+
+bool ImageScene::IsExactCopy(const Options& options) const
+{
+    if (!options.shader.empty())
+        return false;
+    return std::all_of(m_cells.begin(), m_cells.end(), [](const Cell& cell) {
+        return cell.width == static_cast<int>(cell.imageWidth) && cell.height == static_cast<int>(cell.imageHeight);
+    });
+}
+
+bool ImageScene::CreateTextures(std::vector<std::unique_ptr<ImageFile>>& images, std::string& error)
+{
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        m_cells[i].texture = m_exact ? CreateTexture(*images[i]) : CreateMippedTexture(*images[i]);
+        if (m_renderer->GetTextureSize(m_cells[i].texture) == 0) {
+            error = "image " + std::to_string(i + 1) + ": the device has no room for its " +
+                    std::to_string(images[i]->GetWidth()) + " by " + std::to_string(images[i]->GetHeight()) + " pixels";
+            return false;
+        }
+    }
+    return true;
+}
+
+qs::ObjectHandle ImageScene::CreateTexture(ImageFile& image) const
+{
+    // Pixels stand in the file as sRGB; 16-bit textures have no sRGB form and are filtered as they stand.
+    const bool isSrgb = !m_exact && image.GetFormat() == gw::FORMAT_RGBA8;
+    unsigned bytes = image.GetByteSize();
+    return gw::DataLoader::InvokeAddTextureFromMemory(
+        image.GetPixels(), image.GetFormat(), image.GetWidth(), image.GetHeight(), 0, 1, &bytes, 1, 1,
+        Usage(gw::eTextureUsageFlag_ShaderResource | (isSrgb ? gw::eTextureUsageFlag_SRGB : 0u)),
+        Access(gw::eTextureAccessFlag_GPURead));
+}
+
+/// The same with all its mip levels, which the device makes: an image that is drawn smaller must not alias.
+qs::ObjectHandle ImageScene::CreateMippedTexture(ImageFile& image) const
+{
+    qs::ObjectHandle top = CreateTexture(image);
+    const bool isSrgb = image.GetFormat() == gw::FORMAT_RGBA8;
+    const qs::ObjectHandle mipped = gw::DataLoader::InvokeAddTextureFromMemory(
+        nullptr, image.GetFormat(), image.GetWidth(), image.GetHeight(), 0,
+        FullChain(image.GetWidth(), image.GetHeight()), nullptr, 1, 1,
+        Usage(gw::eTextureUsageFlag_ShaderResource | gw::eTextureUsageFlag_RenderTarget |
+              gw::eTextureUsageFlag_GenerateMips | (isSrgb ? gw::eTextureUsageFlag_SRGB : 0u)),
+        Access(DeviceOnly));
+    if (m_renderer->GetTextureSize(top) != 0 && m_renderer->GetTextureSize(mipped) != 0) {
+        m_renderer->CopyTextureSlice(top, 0, mipped, 0);
+        m_renderer->GenerateMips(mipped);
+    }
+    RemoveTexture(top);
+    return mipped;
+}
+
+bool ImageScene::CreateTarget(std::string& error)
+{
+    const bool isSrgb = !m_exact && m_format == gw::FORMAT_RGBA8;
+    m_target = gw::DataLoader::InvokeAddTextureFromMemory(
+        nullptr, m_format, m_size.width, m_size.height, 0, 1, nullptr, 1, 1,
+        Usage(gw::eTextureUsageFlag_RenderTarget | gw::eTextureUsageFlag_ShaderResource |
+              (isSrgb ? gw::eTextureUsageFlag_SRGB : 0u)),
+        Access(DeviceOnly));
+    if (m_renderer->GetTextureSize(m_target) != 0)
+        return true;
+    error = "the device has no room for a picture of " + std::to_string(m_size.width) + " by " +
+            std::to_string(m_size.height) + " pixels";
+    return false;
+}
+
+bool ImageScene::CreateShader(const Options& options, std::string& error)
+{
+    m_shader = m_userShader ? LoadTextShader(*m_renderer, options.shader, error) : AddBuiltInShader(*m_renderer, error);
+    if (!m_shader.IsValid())
+        return false;
+    if (m_triangle.Init(m_shader, false, nullptr))
+        return true;
+    error = options.shader + ": the shader does not take the full-screen triangle's vertices";
+    return false;
+}
+
+void ImageScene::Draw()
+{
+    m_renderer->SetRenderTargets(1, &m_target, nullptr, nullptr, TEXTURE_NONE, false, -1);
+    m_renderer->ClearRenderTarget(m_target, -1, Vector4f(0.0f, 0.0f, 0.0f, 0.0f));
+    if (m_userShader) {
+        DrawPass(nullptr);
+        return;
+    }
+    for (const Cell& cell : m_cells)
+        DrawPass(&cell);
+}
+
+/// One full-screen pass: one image into its cell, or all images through the user's shader into the whole picture.
+void ImageScene::DrawPass(const Cell* cell)
+{
+    static const char* const names[MaxShaderImages] = {"Image0", "Image1", "Image2", "Image3",
+                                                       "Image4", "Image5", "Image6", "Image7"};
+    using gw::details::RendererBase;
+    const float width = static_cast<float>(m_size.width);
+    const float height = static_cast<float>(m_size.height);
+    m_renderer->SetViewport(cell ? Vector4i(cell->width, cell->height, cell->x, cell->y)
+                                 : Vector4i(static_cast<int>(m_size.width), static_cast<int>(m_size.height), 0, 0));
+    m_triangle.BeginRenderFullScreen(*m_renderer, m_shader, RendererBase::DS(gw::DS_NONE), 0,
+                                     RendererBase::BS(gw::BS_OPAQUE));
+    m_renderer->SetShaderConstant1f(qs::FixedString::Create("time", -1), m_time);
+    m_renderer->SetShaderConstant4f(qs::FixedString::Create("resolution", -1),
+                                    Vector4f(width, height, 1.0f / width, 1.0f / height));
+    const std::size_t count = cell ? 1 : std::min<std::size_t>(m_cells.size(), MaxShaderImages);
+    for (std::size_t i = 0; i < count; ++i)
+        m_renderer->SetTexture(qs::FixedString::Create(names[i], -1), cell ? cell->texture : m_cells[i].texture, -1);
+    m_renderer->SetSamplerState(qs::FixedString::Create("ImageSampler", -1),
+                                RendererBase::SS(m_exact ? gw::SS_POINT_CLAMP : gw::SS_TRILINEAR_CLAMP));
+    m_triangle.EndRenderFullScreen(*m_renderer);
+}
+
+bool ImageScene::Write(const std::string& path)
+{
+    return m_renderer->SaveRenderTargetData(m_target, qs::Path(qs::PATH_ROOT_NONE, path.c_str()), false, false, 0, 0);
+}
+
+void ImageScene::RemoveTexture(qs::ObjectHandle& handle) const
+{
+    if (m_renderer->IsAlive(handle))
+        m_renderer->RemoveTexture(handle, true, true);
+    handle = qs::ObjectHandle::Unassigned;
+}
+
+} // namespace gleamview
