@@ -10,5 +10,16 @@ list(APPEND PLATFORM_SOURCES
   src/common/ValidationStates.cpp
   src/common/ValidationViews.cpp
   src/common/guids.cpp
+  src/dxgi/Adapter.cpp
+  src/dxgi/Adapters.cpp
+  src/dxgi/DxgiDevice.cpp
+  src/dxgi/Factory.cpp
+  src/dxgi/Modes.cpp
+  src/dxgi/Output.cpp
+  src/window/Display.cpp
+  src/window/MessageBox.cpp
+  src/window/Modules.cpp
+  src/window/System.cpp
+  src/window/Window.cpp
 )
 list(APPEND PLATFORM_LIBS SDL2::SDL2)

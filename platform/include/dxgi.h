@@ -203,10 +203,11 @@ struct IDXGIOutput : public IDXGIObject
     /// of each mode that is smaller than the desktop. There are no interlaced modes.
     virtual HRESULT STDMETHODCALLTYPE GetDisplayModeList(DXGI_FORMAT format, UINT flags, UINT* count,
                                                          DXGI_MODE_DESC* modes) = 0;
-    /// Finds the mode closest to `mode`, whose zero fields are free. Fields rank in this order: scan-line order,
-    /// scaling, format, size, refresh rate. Width and height are either both given or both zero. A zero size takes
-    /// the desktop's. An unknown format needs `device`, and takes the desktop's format. DXGI_ERROR_INVALID_CALL for
-    /// arguments that break these rules, DXGI_ERROR_NOT_FOUND when no mode has the format.
+    /// Finds the mode closest to `mode`, whose zero fields are free. Given fields are matched first, then free ones to
+    /// the desktop's values, each group in the order scan-line order, scaling, format, size, refresh rate; each match
+    /// filters the list for the next. Width and height are both given or both zero, and so are the parts of the refresh
+    /// rate. An unknown format needs `device`. DXGI_ERROR_INVALID_CALL for arguments that break these rules,
+    /// DXGI_ERROR_NOT_FOUND when no mode has the format.
     virtual HRESULT STDMETHODCALLTYPE FindClosestMatchingMode(const DXGI_MODE_DESC* mode, DXGI_MODE_DESC* closest,
                                                               IUnknown* device) = 0;
     /// Sleeps until the next multiple of the desktop's refresh period.
