@@ -14,11 +14,12 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <type_traits>
+#include <utility>
+
 #include <qs/BlockChain.h>
 #include <qs/Export.h>
 #include <qs/Profile.h>
-#include <type_traits>
-#include <utility>
 
 namespace qs {
 
@@ -82,6 +83,8 @@ public:
     size_t GetUsedBytes() const { return m_blocks.GetUsedBytes(); }
     size_t GetReservedBytes() const { return m_blocks.GetReservedBytes(); }
     size_t GetBlockCount() const { return m_blocks.GetBlockCount(); }
+    /// Takes a block of at least `bytes` in advance when the stream has none yet.
+    void Reserve(size_t bytes);
     /// Empties the stream and gives its memory back. Not during a read.
     void ReleaseMemory();
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+
 #include <qs/CommandDispatcher.h>
 #include <qs/Event.h>
 #include <qs/Export.h>
@@ -54,7 +55,8 @@ public:
     /// next call. Called by one thread at a time and not from inside a command.
     size_t ExecuteAll();
     /// Instead of running the commands of `manager` pushed so far (null: of all managers), rebuilds and clears each, so
-    /// that what they hold is released. Other managers' commands keep their places. Called on the consumer's thread.
+    /// that what they hold is released. Other managers' commands keep their places. Called on the consumer's thread;
+    /// `clear` must not push.
     size_t DiscardAll(CommandManager* manager = nullptr);
     /// Blocks until a command is there, Wake is called or the time is over; true when a command is there.
     bool WaitForCommands(std::chrono::milliseconds timeout);
@@ -82,8 +84,9 @@ class QS_API CommandManager
 public:
     /// The buffer is not owned and must outlive the manager.
     explicit CommandManager(CommandBuffer* buffer);
-    /// Commands still queued can no longer be rebuilt here: they are dropped with an assertion, and what they hold is
-    /// lost. A derived class calls DiscardCommands in its own destructor, or drains before.
+    /// On the consumer's thread, or when nobody drains. Commands still queued can no longer be rebuilt here: they are
+    /// dropped with an assertion, and what they hold is lost. A derived class calls DiscardCommands in its own
+    /// destructor, or the buffer is drained before.
     virtual ~CommandManager();
     CommandManager(const CommandManager&) = delete;
     CommandManager& operator=(const CommandManager&) = delete;

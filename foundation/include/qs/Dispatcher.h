@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+
 #include <qs/CommandDispatcher.h>
 #include <qs/Export.h>
 #include <qs/Lock.h>
@@ -51,14 +52,15 @@ public:
 
 private:
     friend class ThreadManager;
+    void SetRunning(bool running);
     size_t RunPosted(CommandDispatcherBuffer& calls);
-    size_t DrainUnchecked();
 
     CriticalSection m_lock;
     CommandDispatcherBuffer m_streams[2];
     unsigned m_writeStream = 0;
     uint32_t m_threadNumber;
     std::atomic<bool> m_running{false};
+    bool m_draining = false; ///< the numbered thread's own
     struct Signal;
     std::unique_ptr<Signal> m_signal;
 };
@@ -96,8 +98,9 @@ public:
 
 private:
     struct Slot;
-    void Run(Slot& slot);
-    void StopAll();
+    bool Take(uint32_t number);
+    void Release(uint32_t number);
+    void Run(uint32_t number);
 
     std::unique_ptr<Slot[]> m_slots;
     CriticalSection m_lock;

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
+
 #include <qs/Export.h>
 #include <qs/FixedString.h>
 #include <qs/Lock.h>
@@ -11,7 +13,6 @@
 #include <qs/ObjectHandle.h>
 #include <qs/ScratchMemory.h>
 #include <qs/Singleton.h>
-#include <vector>
 
 namespace qs {
 
@@ -72,22 +73,22 @@ private:
         MODE_READ
     };
 
-    void VisitBytes(void* value, size_t size);
-    bool Append(const void* bytes, size_t size);
-    const unsigned char* Take(size_t size);
-    bool VisitLength(uint64_t& length);
+    void VisitBytes(void* value, uint64_t size);
+    void Append(const void* bytes, uint64_t size);
+    bool Grow(uint64_t capacity);
+    const unsigned char* Take(uint64_t size);
 
-    static constexpr size_t INLINE_BYTES = 192;
+    static constexpr uint64_t INLINE_BYTES = 192;
 
     EMode m_mode = MODE_NONE;
     bool m_movingOut = false;
     bool m_failed = false;
     unsigned char* m_data; ///< m_inline, or a larger block
-    size_t m_capacity = INLINE_BYTES;
-    size_t m_size = 0;
+    uint64_t m_capacity = INLINE_BYTES;
+    uint64_t m_size = 0;
     const unsigned char* m_read = nullptr;
-    size_t m_readSize = 0;
-    size_t m_position = 0;
+    uint64_t m_readSize = 0;
+    uint64_t m_position = 0;
     unsigned char m_inline[INLINE_BYTES];
 };
 

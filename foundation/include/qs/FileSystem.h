@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+
 #include <qs/Export.h>
 #include <qs/MemView.h>
 #include <qs/Path.h>
@@ -82,6 +83,7 @@ private:
     void Open(const Path& path, EType type);
     bool Map();
     bool FillBuffer();
+    size_t ReadFromFile(char* destination, size_t size);
     void Close();
     void Steal(FileReader& other);
 

@@ -4,11 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
+
 #include <qs/Export.h>
 #include <qs/Log.h>
 #include <qs/MemView.h>
 #include <qs/Result.h>
-#include <type_traits>
 
 namespace qs {
 

@@ -17,8 +17,10 @@
 // skipped; entities of one's own are not expanded. A file has at most 16 MiB, 64 levels and one root element.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+
 #include <qs/Export.h>
 #include <qs/FixedString.h>
 #include <qs/MemView.h>
@@ -88,6 +90,12 @@ public:
 
 private:
     struct Document;
+
+    bool CheckTree();
+    void Leave(const FixedString& name, size_t level, const char* operation);
+    template <class T>
+    bool VisitNumber(const FixedString& name, T* value, T defaultValue);
+
     std::unique_ptr<Document> m_document;
 };
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+
 #include <qs/Export.h>
 #include <qs/String.h>
 #include <qs/StringView.h>

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <memory>
+
 #include <qs/Export.h>
 #include <qs/FixedString.h>
 #include <qs/Path.h>

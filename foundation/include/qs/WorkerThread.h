@@ -18,9 +18,10 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <qs/Export.h>
 #include <type_traits>
 #include <utility>
+
+#include <qs/Export.h>
 
 namespace qs {
 
