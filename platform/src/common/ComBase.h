@@ -139,7 +139,13 @@ public:
     }
 
 protected:
-    virtual ~DeviceChild() = default;
+    virtual ~DeviceChild()
+    {
+        // Only when a constructor of a derived class threw.
+        if (m_references.load(std::memory_order_relaxed) != 0) {
+            m_device->Release();
+        }
+    }
 
     /// Ends an object that nobody holds or uses; may put it on a list instead of deleting it at once.
     virtual void Destroy() { delete this; }
