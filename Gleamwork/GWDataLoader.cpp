@@ -19,6 +19,14 @@ Renderer& GetRenderer()
     return *Renderer::GetInstance();
 }
 
+bool HasRenderer(const char* function)
+{
+    if (!Renderer::GetInstance()) {
+        QS_LOG_ASSERT("Gleamwork/GWDataLoader", function, "There is no renderer to load into.");
+    }
+    return Renderer::GetInstance() != nullptr;
+}
+
 // Queues a command, or clears it where nobody would ever take it out of the queue.
 void Push(RenderCommandManager* manager, qs::Command& command, const char* name)
 {
@@ -107,6 +115,9 @@ qs::ObjectHandle DataLoader::InvokeAddTextureFromMemory(void* data, EFormat form
                                                         unsigned int samples, ETextureUsageFlag usage,
                                                         ETextureAccessFlag access)
 {
+    if (!HasRenderer("gw::DataLoader::InvokeAddTextureFromMemory")) {
+        return qs::ObjectHandle::Unassigned;
+    }
     DataLoaderCreateTextureFromMemoryCommand command;
     command.format = format;
     command.width = std::max(width, 1u);
@@ -129,6 +140,9 @@ qs::ObjectHandle DataLoader::InvokeAddTextureFromMemory(void* data, EFormat form
 qs::ObjectHandle DataLoader::InvokeAddTextureFromMemoryBlob(const qs::ScratchBuffer& source, ETextureUsageFlag usage,
                                                             ETextureAccessFlag access)
 {
+    if (!HasRenderer("gw::DataLoader::InvokeAddTextureFromMemoryBlob")) {
+        return qs::ObjectHandle::Unassigned;
+    }
     DataLoaderCreateTextureFromMemoryBlobCommand command;
     command.blob.CopyFrom(source);
     command.usage = usage;
@@ -143,6 +157,9 @@ qs::ObjectHandle DataLoader::InvokeAddTextureFromMemoryBlob(const qs::ScratchBuf
 
 qs::ObjectHandle DataLoader::InvokeAddVertexFormat(const FormatDesc* desc, unsigned int count, qs::ObjectHandle shader)
 {
+    if (!HasRenderer("gw::DataLoader::InvokeAddVertexFormat")) {
+        return qs::ObjectHandle::Unassigned;
+    }
     qs::ObjectHandle format = qs::ObjectHandle::Unassigned;
     GetRenderer().AddVertexFormat(desc, count, shader, format);
     return format;
@@ -151,7 +168,7 @@ qs::ObjectHandle DataLoader::InvokeAddVertexFormat(const FormatDesc* desc, unsig
 VertexBufferID DataLoader::InvokeAddVertexBuffer(long size, EResourceUsage usage, const void* data)
 {
     qs::HProfileSample sample("gw::DataLoader::InvokeAddVertexBuffer");
-    if (size == 0) {
+    if (size == 0 || !HasRenderer("gw::DataLoader::InvokeAddVertexBuffer")) {
         return qs::ObjectHandle::Unassigned;
     }
     if (size < 0) {
@@ -168,7 +185,7 @@ IndexBufferID DataLoader::InvokeAddIndexBuffer(unsigned int count, unsigned int 
                                                const void* data)
 {
     qs::HProfileSample sample("gw::DataLoader::InvokeAddIndexBuffer");
-    if (count == 0 || stride == 0) {
+    if (count == 0 || stride == 0 || !HasRenderer("gw::DataLoader::InvokeAddIndexBuffer")) {
         return qs::ObjectHandle::Unassigned;
     }
     const IndexBufferID handle = GetRenderer().AddIndexBuffer();
@@ -182,7 +199,7 @@ StructuredBufferID DataLoader::InvokeAddStructuredBuffer(unsigned int count, uns
                                                          bool raw, const void* data)
 {
     qs::HProfileSample sample("gw::DataLoader::InvokeAddStructuredBuffer");
-    if (count == 0 || stride == 0) {
+    if (count == 0 || stride == 0 || !HasRenderer("gw::DataLoader::InvokeAddStructuredBuffer")) {
         return qs::ObjectHandle::Unassigned;
     }
     const StructuredBufferID handle = GetRenderer().AddStructuredBuffer();
@@ -202,6 +219,9 @@ void DataLoader::InvokeRemoveTexture(qs::ObjectHandle handle, bool force)
 
 VertexBufferID DataLoader::InvokeDuplicateVertexBuffer(long size, EResourceUsage usage, VertexBufferID source)
 {
+    if (!HasRenderer("gw::DataLoader::InvokeDuplicateVertexBuffer")) {
+        return qs::ObjectHandle::Unassigned;
+    }
     if (size == 0) {
         QS_LOG_ASSERT("Gleamwork/GWDataLoader", "gw::DataLoader::InvokeDuplicateVertexBuffer", "Invalid vertex size");
     }
@@ -222,6 +242,9 @@ VertexBufferID DataLoader::InvokeDuplicateVertexBuffer(long size, EResourceUsage
 IndexBufferID DataLoader::InvokeDuplicateIndexBuffer(unsigned int count, unsigned int stride, EResourceUsage usage,
                                                      IndexBufferID source)
 {
+    if (!HasRenderer("gw::DataLoader::InvokeDuplicateIndexBuffer")) {
+        return qs::ObjectHandle::Unassigned;
+    }
     DataLoaderDuplicateIndexBufferCommand command;
     command.target = GetRenderer().AddIndexBuffer();
     command.count = count;

@@ -4,7 +4,6 @@
 
 #include "Gleamwork/Renderer.h"
 
-#include <algorithm>
 #include <qs/Log.h>
 #include <qs/Profile.h>
 
@@ -54,8 +53,8 @@ void DataLoaderCreateTextureFromMemoryCommand::CopyPixels(const void* data, cons
     if (sizes) {
         qs::MemoryTrackerSample sample(c_mipSizeScope);
         mipSizes = new (qs::DefaultMemoryTag) unsigned[mipCount];
-        std::copy_n(sizes, mipCount, mipSizes);
-        for (std::uint32_t mip = 0; mip < mipCount; ++mip) {
+        for (std::uint32_t mip = 0; mipSizes && mip < mipCount; ++mip) {
+            mipSizes[mip] = sizes[mip];
             total += sizes[mip];
         }
     }

@@ -57,6 +57,7 @@ void GleamworkSDM::Shutdown()
     gw::WindowEventManager::_SDMShutdown();
     gw::APIEventManager::_SDMShutdown();
     GWFS::Shutdown();
+    api::UnbindGraphicsSystem();
 }
 
 namespace {

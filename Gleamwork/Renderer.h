@@ -135,6 +135,7 @@ private:
     Matrix4x4f GetViewProjection() const;
     void SetDrawStates(const qs::ObjectHandle& rasterizer, const qs::ObjectHandle& blend,
                        const qs::ObjectHandle& depth);
+    bool RollVertices(const void* vertices, std::uint64_t count, std::uint64_t size, unsigned& offset);
     void BindRollingVertices(const qs::ObjectHandle& format, unsigned offset);
     void SetBaseTexture(qs::ObjectHandle texture, qs::ObjectHandle sampler);
 };

@@ -2,11 +2,15 @@
 #include "Gleamwork/GWFS.h"
 #include "Gleamwork/Renderer.h"
 
+#include <qs/Log.h>
+
 namespace gw {
 
 namespace {
 
 constexpr unsigned c_allSamples = 0xffffffff;
+// Sizes and offsets of the device's buffers are signed in places.
+constexpr unsigned c_largestCopy = 0x7fff0000;
 
 } // namespace
 
@@ -20,6 +24,19 @@ void Renderer::SetTransposedMatrix(const qs::FixedString& name, const Matrix4x4f
     // The shaders multiply row vectors, and constants are laid out column by column.
     const Matrix4x4f transposed = value.Transposed();
     SetShaderConstantRaw(name, &transposed, sizeof(transposed));
+}
+
+bool Renderer::RollVertices(const void* vertices, std::uint64_t count, std::uint64_t size, unsigned& offset)
+{
+    const std::uint64_t bytes = count * size;
+    if (bytes > c_largestCopy) {
+        QS_LOG_ERROR("Gleamwork/Renderer", "gw::Renderer::drawPlain",
+                     "%llu vertices of %llu bytes are more than one immediate draw can take (%u bytes).",
+                     static_cast<unsigned long long>(count), static_cast<unsigned long long>(size), c_largestCopy);
+        return false;
+    }
+    offset = copyToRollingVB(vertices, unsigned(bytes));
+    return true;
 }
 
 void Renderer::SetDrawStates(const qs::ObjectHandle& rasterizer, const qs::ObjectHandle& blend,
@@ -45,7 +62,10 @@ void Renderer::SetBaseTexture(qs::ObjectHandle texture, qs::ObjectHandle sampler
 void Renderer::drawPlain(EPrimitiveTopology topology, const Vector2f* vertices, unsigned int count,
                          qs::ObjectHandle blend, qs::ObjectHandle depth, const Vector4f& color)
 {
-    const unsigned offset = copyToRollingVB(vertices, count * sizeof(Vector2f));
+    unsigned offset;
+    if (!RollVertices(vertices, count, sizeof(Vector2f), offset)) {
+        return;
+    }
     SetShader(m_plainShader);
     SetShaderConstantRaw(GWFS::strscaleBias, &m_scaleBias, sizeof(m_scaleBias));
     SetShaderConstantRaw(GWFS::strcolor, &color, sizeof(color));
@@ -58,7 +78,10 @@ void Renderer::drawPlain(EPrimitiveTopology topology, const Vector2f* vertices, 
 void Renderer::drawPlain3D(EPrimitiveTopology topology, const Vector3f* vertices, unsigned int count,
                            qs::ObjectHandle blend, qs::ObjectHandle depth, const Vector4f& color)
 {
-    const unsigned offset = copyToRollingVB(vertices, count * sizeof(Vector3f));
+    unsigned offset;
+    if (!RollVertices(vertices, count, sizeof(Vector3f), offset)) {
+        return;
+    }
     SetShader(m_plain3DShader);
     SetTransposedMatrix(GWFS::strmvp, GetViewProjection());
     SetShaderConstantRaw(GWFS::strcolor, &color, sizeof(color));
@@ -70,8 +93,20 @@ void Renderer::drawPlain3D(EPrimitiveTopology topology, const Vector3f* vertices
 
 void Renderer::drawPlain3DIndexed(const DrawPlain3DIndexedDesc& desc)
 {
-    const unsigned vertexOffset = copyToRollingVB(desc.vertices, desc.vertexCount * sizeof(Vector3f));
-    const unsigned indexOffset = copyToRollingIB(desc.indices, desc.indexCount * desc.indexStride);
+    const std::uint64_t indexBytes = std::uint64_t(desc.indexCount) * desc.indexStride;
+    if ((desc.indexStride != 2 && desc.indexStride != 4) || indexBytes > c_largestCopy) {
+        QS_LOG_ERROR("Gleamwork/Renderer", "gw::Renderer::drawPlain3DIndexed",
+                     "%u indices of %u bytes cannot be drawn: 2 or 4 bytes each, %u in all.", desc.indexCount,
+                     desc.indexStride, c_largestCopy);
+        return;
+    }
+    unsigned vertexOffset;
+    if (!RollVertices(desc.vertices, desc.vertexCount, sizeof(Vector3f), vertexOffset)) {
+        return;
+    }
+    // The device wants an index buffer to start at a whole index; indices of 2 bytes may have left it between two.
+    m_rollingIBOffset = (m_rollingIBOffset + desc.indexStride - 1) / desc.indexStride * desc.indexStride;
+    const unsigned indexOffset = copyToRollingIB(desc.indices, unsigned(indexBytes));
     SetShader(m_plain3DShader);
     SetTransposedMatrix(GWFS::strmvp, desc.world * GetViewProjection());
     SetShaderConstantRaw(GWFS::strcolor, &desc.color, sizeof(desc.color));
@@ -92,7 +127,10 @@ void Renderer::drawTextured(EPrimitiveTopology topology, const Vector2f& offset,
                             unsigned int count, qs::ObjectHandle texture, qs::ObjectHandle sampler,
                             qs::ObjectHandle blend, qs::ObjectHandle depth, const Vector4f& color)
 {
-    const unsigned vertexOffset = copyToRollingVB(vertices, count * sizeof(TexVertex));
+    unsigned vertexOffset;
+    if (!RollVertices(vertices, count, sizeof(TexVertex), vertexOffset)) {
+        return;
+    }
     SetShader(m_texturedShader);
     SetShaderConstantRaw(GWFS::strscaleBias, &m_scaleBias, sizeof(m_scaleBias));
     SetShaderConstantRaw(GWFS::strcolor, &color, sizeof(color));
@@ -108,7 +146,10 @@ void Renderer::drawTextured3D(EPrimitiveTopology topology, const Matrix4x4f& wor
                               unsigned int count, qs::ObjectHandle texture, qs::ObjectHandle sampler,
                               qs::ObjectHandle blend, qs::ObjectHandle depth, const Vector4f& color)
 {
-    const unsigned offset = copyToRollingVB(vertices, count * sizeof(TexVertex));
+    unsigned offset;
+    if (!RollVertices(vertices, count, sizeof(TexVertex), offset)) {
+        return;
+    }
     SetShader(m_textured3DShader);
     SetTransposedMatrix(GWFS::strmvp, world * m_renderProperties->viewProjection);
     SetShaderConstantRaw(GWFS::strcolor, &color, sizeof(color));
