@@ -5,6 +5,7 @@ list(APPEND PLATFORM_SOURCES
   src/common/FormatInfo.cpp
   src/common/FormatTable.cpp
   src/common/PrivateData.cpp
+  src/common/StateCache.cpp
   src/common/ValidationContext.cpp
   src/common/ValidationResources.cpp
   src/common/ValidationStates.cpp

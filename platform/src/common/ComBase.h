@@ -117,6 +117,12 @@ public:
         }
     }
 
+    /// Whether nobody but one user of the device knows the object. Only that user may rely on the answer.
+    bool IsIdle() const
+    {
+        return m_references.load(std::memory_order_acquire) == 0 && m_uses.load(std::memory_order_acquire) == 1;
+    }
+
     void STDMETHODCALLTYPE GetDevice(ID3D11Device** device) override
     {
         if (device) {

@@ -124,7 +124,7 @@ bool CanCopy(DXGI_FORMAT destination, DXGI_FORMAT source)
     return mixed && to.blockBytes == from.blockBytes;
 }
 
-bool PackColor(const FormatInfo& info, const float color[4], std::uint8_t texel[16])
+bool PackBits(const FormatInfo& info, const UINT values[4], std::uint8_t texel[16])
 {
     const bool hasBits = info.bits[0] != 0 || info.bits[3] != 0;
     if (!hasBits || info.IsTypeless() || info.hasDepth || info.hasStencil || info.blockWidth != 1 ||
@@ -136,8 +136,7 @@ bool PackColor(const FormatInfo& info, const float color[4], std::uint8_t texel[
     int position = 0;
     for (const int channel : orders[info.isBgra]) {
         const int bits = info.bits[channel];
-        const std::uint64_t mask = (std::uint64_t{1} << bits) - 1;
-        std::uint64_t value = bits != 0 ? PackChannel(info.kind, color[channel], bits, channel == 3) & mask : 0;
+        std::uint64_t value = values[channel] & ((std::uint64_t{1} << bits) - 1);
         value <<= position % 8;
         for (int byte = position / 8; value != 0; ++byte, value >>= 8) {
             texel[byte] |= static_cast<std::uint8_t>(value);
@@ -145,6 +144,16 @@ bool PackColor(const FormatInfo& info, const float color[4], std::uint8_t texel[
         position += bits;
     }
     return true;
+}
+
+bool PackColor(const FormatInfo& info, const float color[4], std::uint8_t texel[16])
+{
+    UINT values[4];
+    for (int channel = 0; channel < 4; ++channel) {
+        const int bits = info.bits[channel];
+        values[channel] = bits != 0 ? PackChannel(info.kind, color[channel], bits, channel == 3) : 0;
+    }
+    return PackBits(info, values, texel);
 }
 
 } // namespace gleam

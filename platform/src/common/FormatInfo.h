@@ -86,4 +86,7 @@ bool CanCopy(DXGI_FORMAT destination, DXGI_FORMAT source);
 /// write: compressed, typeless, depth and video ones.
 bool PackColor(const FormatInfo& info, const float color[4], std::uint8_t texel[16]);
 
+/// The same from raw channel values, of which the lowest bits of each channel are taken.
+bool PackBits(const FormatInfo& info, const UINT values[4], std::uint8_t texel[16]);
+
 } // namespace gleam
