@@ -6,8 +6,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
 #include <filesystem>
+#include <iterator>
 #include <memory>
+#include <string>
+#include <utf8.h>
 
 namespace DirectX {
 
@@ -55,14 +59,14 @@ HRESULT WriteFile(const wchar_t* name, const Bytes& bytes)
 {
     if (!name || !*name)
         return E_INVALIDARG;
-    std::filesystem::path path;
+    std::string path;
     try {
-        path = name;
-    } catch (const std::exception&) {
+        utf8::utf32to8(name, name + std::wcslen(name), std::back_inserter(path));
+    } catch (const utf8::exception&) {
         return E_INVALIDARG; // characters that no file name can have
     }
     errno = 0;
-    std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.string().c_str(), "wb"));
+    std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
     if (!file)
         return ResultOfErrno(errno);
     const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();

@@ -42,6 +42,8 @@ bool WriteRows(jpeg_compress_struct& codec, ErrorManager& errors, const ByteImag
     codec.in_color_space = image.channels == 1 ? JCS_GRAYSCALE : JCS_RGB;
     jpeg_set_defaults(&codec);
     jpeg_set_quality(&codec, Quality, TRUE);
+    // Colour at full resolution: screenshots have sharp coloured edges.
+    codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1;
     jpeg_start_compress(&codec, TRUE);
     while (codec.next_scanline < codec.image_height) {
         auto* row = const_cast<JSAMPROW>(image.Row(codec.next_scanline));
