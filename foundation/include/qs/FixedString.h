@@ -65,19 +65,15 @@ public:
 
     friend bool operator==(const FixedString& a, const FixedString& b) { return a.m_handle == b.m_handle; }
 
-    /// Number of texts interned now. Texts whose release is still pending are released first, so the number is exact
-    /// when no other thread uses strings meanwhile.
+    /// Number of texts interned now; the null string and Empty do not count.
     static u64 GetInternedCount();
-    /// Releases every text that nobody holds. Called by the service itself as texts come and go; a caller needs it
-    /// only to see memory go down at a point of its choice.
-    static void ReleaseUnused();
     /// References that are held to this text now; exact when no other thread copies it meanwhile. 0 for the null
     /// string and Empty, which are never released.
     u64 GetReferenceCount() const;
 
 private:
     friend class FixedStringHacker;
-    friend class FixedStringTable;
+    friend class FFFS;
     constexpr explicit FixedString(Handle handle, int) noexcept : m_handle(handle) {}
 
     static void AddReference(Handle handle) noexcept;

@@ -1,6 +1,9 @@
 // Short-lived memory: a stack of frames per thread, and growing text and byte buffers.
 #pragma once
 
+#include <new>
+#include <utility>
+
 #include <qs/Export.h>
 #include <qs/MemView.h>
 #include <qs/StringView.h>

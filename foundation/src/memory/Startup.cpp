@@ -1,0 +1,61 @@
+// Memory of singletons, the process-wide allocator object, and the report at exit.
+#include <cinttypes>
+#include <cstdio>
+
+#include <qs/Memory.h>
+#include <qs/Singleton.h>
+
+#include "memory/ScopeTable.h"
+
+namespace qs {
+
+namespace {
+
+#if !defined(NDEBUG)
+// Made before the other objects of this library and destroyed behind them, when the log is gone already.
+struct ExitReport
+{
+    ~ExitReport()
+    {
+        for (const MemoryScopeUsage& usage : MemoryManager::GetUsage()) {
+            if (usage.name == memory::GetScopeUsage(memory::ProcessScope).name) {
+                continue;
+            }
+            std::fprintf(stderr,
+                         "left at exit: %s: %" PRId64 " bytes in %" PRId64 " blocks, third party %" PRId64
+                         " bytes in %" PRId64 " blocks\n",
+                         usage.name, usage.bytes, usage.blocks, usage.thirdPartyBytes, usage.thirdPartyBlocks);
+        }
+    }
+};
+__attribute__((init_priority(101))) ExitReport s_exitReport;
+#endif
+
+// Other libraries use the allocator in the constructors of their statics, so it stands before all objects of this one.
+struct MakeAllocator
+{
+    MakeAllocator()
+    {
+        memory::ProcessLifetime lifetime;
+        Singleton<GlobalAllocator>::_SDMInit();
+    }
+};
+__attribute__((init_priority(102))) MakeAllocator s_makeAllocator;
+
+} // namespace
+
+namespace _private {
+
+void* AllocateSingleton(std::size_t size, std::size_t alignment)
+{
+    return MemoryManager::Allocate(size, AllocType::NewObject, DefaultMemoryTag, alignment > 16 ? alignment : 0, true);
+}
+
+void ReleaseSingleton(void* block)
+{
+    MemoryManager::Deallocate(block, AllocType::DeleteObject, DefaultMemoryTag, true);
+}
+
+} // namespace _private
+
+} // namespace qs
