@@ -5,6 +5,7 @@
 // Signatures come from the syntax tree: optimised code no longer declares an input that it does not read.
 #include "shader/ShaderCompiler.h"
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <map>
@@ -168,6 +169,15 @@ void MarkUsed(SpirvModule& module, const std::vector<VariableUse>& uses, ShaderI
     }
 }
 
+void Validate(const std::vector<std::uint32_t>& words, const ShaderInfo& info)
+{
+    const bool isUsual = std::none_of(info.buffers.begin(), info.buffers.end(),
+                                      [](const BufferInfo& buffer) { return SharesMatrixRow(buffer); });
+    std::string message;
+    if (!ValidateSpirv(words, isUsual ? EBlockCheck::Scalar : EBlockCheck::None, message))
+        throw Failure{"X8000: validation error: " + message};
+}
+
 CompileResult Compile(const CompileRequest& request)
 {
     CompileResult result;
@@ -197,9 +207,8 @@ CompileResult Compile(const CompileRequest& request)
         static_cast<std::uint32_t>(request.target.stage) << 16 | request.target.major << 4 | request.target.minor;
     program.info.flags = request.flags;
     words = module.Words();
-    std::string invalid;
-    if (!(request.flags & D3DCOMPILE_SKIP_VALIDATION) && !ValidateSpirv(words, invalid))
-        throw Failure{"X8000: validation error: " + invalid};
+    if (!(request.flags & D3DCOMPILE_SKIP_VALIDATION))
+        Validate(words, program.info);
     result.container = WriteContainer(words, program.info);
     return result;
 }

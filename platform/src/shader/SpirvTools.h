@@ -17,7 +17,13 @@ enum class EOptimization
 /// False, with a text, when SPIRV-Tools cannot read the module.
 bool OptimizeSpirv(std::vector<std::uint32_t>& words, EOptimization level, std::string& message);
 
-/// Checks against the rules of Vulkan 1.3 with scalar block layout.
-bool ValidateSpirv(std::span<const std::uint32_t> words, std::string& message);
+enum class EBlockCheck
+{
+    Scalar,
+    None
+};
+
+/// Checks against the rules of Vulkan 1.3, for block offsets those of scalar layout or none.
+bool ValidateSpirv(std::span<const std::uint32_t> words, EBlockCheck blocks, std::string& message);
 
 } // namespace gleam
