@@ -19,3 +19,4 @@ list(APPEND GLEAMWORK_SOURCES
   dx11/SRVMap.cpp
   dx11/TextureCreation.cpp
   dx11/TypeIndices.cpp)
+list(APPEND GLEAMWORK_LIBS platform texture)
