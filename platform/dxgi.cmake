@@ -17,6 +17,12 @@ list(APPEND PLATFORM_SOURCES
   src/dxgi/Factory.cpp
   src/dxgi/Modes.cpp
   src/dxgi/Output.cpp
+  src/null/NullCalls.cpp
+  src/null/NullContext.cpp
+  src/null/NullContextMemory.cpp
+  src/null/NullDevice.cpp
+  src/null/NullQuery.cpp
+  src/null/NullResource.cpp
   src/window/Display.cpp
   src/window/MessageBox.cpp
   src/window/Modules.cpp

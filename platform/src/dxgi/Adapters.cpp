@@ -96,16 +96,6 @@ RankedAdapter ReadAdapter(const InstanceFunctions& vk, VkPhysicalDevice device, 
     return adapter;
 }
 
-AdapterInfo NullAdapter()
-{
-    AdapterInfo info;
-    CopyName("Null device", info.desc.Description);
-    info.desc.Flags = DXGI_ADAPTER_FLAG_SOFTWARE;
-    info.desc.AdapterLuid = {0, 1};
-    info.vulkanIndex = NullDeviceIndex;
-    return info;
-}
-
 /// Puts the device that GLEAM_DEVICE names in front of the automatic order.
 void ApplyChoice(std::string_view chosen, std::vector<RankedAdapter>& adapters)
 {
@@ -121,6 +111,16 @@ void ApplyChoice(std::string_view chosen, std::vector<RankedAdapter>& adapters)
 }
 
 } // namespace
+
+AdapterInfo NullAdapter()
+{
+    AdapterInfo info;
+    CopyName("Null device", info.desc.Description);
+    info.desc.Flags = DXGI_ADAPTER_FLAG_SOFTWARE;
+    info.desc.AdapterLuid = {0, 1};
+    info.vulkanIndex = NullDeviceIndex;
+    return info;
+}
 
 std::vector<AdapterInfo> ListAdapters()
 {

@@ -23,6 +23,9 @@ constexpr int NullDeviceIndex = -1;
 /// thread.
 std::vector<AdapterInfo> ListAdapters();
 
+/// The one adapter of GLEAM_DEVICE=null.
+AdapterInfo NullAdapter();
+
 /// The Vulkan index behind an adapter of this library, NullDeviceIndex for the null device.
 /// False for an adapter that is not this library's.
 bool GetVulkanIndex(IDXGIAdapter* adapter, int& vulkanIndex);

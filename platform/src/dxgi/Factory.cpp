@@ -12,8 +12,8 @@ class Factory final : public DxgiObject<IDXGIFactory5, IID_IDXGIFactory, IID_IDX
                                         IID_IDXGIFactory3, IID_IDXGIFactory4, IID_IDXGIFactory5>
 {
 public:
-    explicit Factory(UINT flags)
-        : DxgiObject(nullptr), m_flags(flags), m_adapters(ListAdapters()), m_displays(ListDisplays())
+    Factory(UINT flags, std::vector<AdapterInfo> adapters)
+        : DxgiObject(nullptr), m_flags(flags), m_adapters(std::move(adapters)), m_displays(ListDisplays())
     {
     }
 
@@ -228,14 +228,16 @@ HRESULT Factory::CheckFeatureSupport(DXGI_FEATURE feature, void* data, UINT size
     return S_OK;
 }
 
-HRESULT CreateFactory(UINT flags, REFIID riid, void** object)
+/// `isNull` lists the null device's adapter whatever GLEAM_DEVICE says.
+HRESULT CreateFactory(UINT flags, bool isNull, REFIID riid, void** object)
 {
     if (!object) {
         return E_POINTER;
     }
     *object = nullptr;
     try {
-        const auto factory = ComPtr<IDXGIFactory5>::Adopt(new Factory(flags));
+        auto adapters = isNull ? std::vector{NullAdapter()} : ListAdapters();
+        const auto factory = ComPtr<IDXGIFactory5>::Adopt(new Factory(flags, std::move(adapters)));
         return factory->QueryInterface(riid, object);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
@@ -247,7 +249,7 @@ HRESULT CreateFactory(UINT flags, REFIID riid, void** object)
 HRESULT CreateAdapterOf(int vulkanIndex, IDXGIAdapter** adapter)
 {
     ComPtr<IDXGIFactory1> factory;
-    HRESULT hr = CreateFactory(0, IID_IDXGIFactory1, factory.PutVoid());
+    HRESULT hr = CreateFactory(0, vulkanIndex == NullDeviceIndex, IID_IDXGIFactory1, factory.PutVoid());
     for (UINT i = 0; SUCCEEDED(hr); ++i) {
         ComPtr<IDXGIAdapter> candidate;
         int index = 0;
@@ -264,12 +266,12 @@ HRESULT CreateAdapterOf(int vulkanIndex, IDXGIAdapter** adapter)
 
 HRESULT WINAPI CreateDXGIFactory(REFIID riid, void** factory)
 {
-    return gleam::CreateFactory(0, riid, factory);
+    return gleam::CreateFactory(0, false, riid, factory);
 }
 
 HRESULT WINAPI CreateDXGIFactory1(REFIID riid, void** factory)
 {
-    return gleam::CreateFactory(0, riid, factory);
+    return gleam::CreateFactory(0, false, riid, factory);
 }
 
 HRESULT WINAPI CreateDXGIFactory2(UINT flags, REFIID riid, void** factory)
@@ -277,5 +279,5 @@ HRESULT WINAPI CreateDXGIFactory2(UINT flags, REFIID riid, void** factory)
     if ((flags & ~DXGI_CREATE_FACTORY_DEBUG) != 0) {
         return gleam::Refuse(DXGI_ERROR_INVALID_CALL, "CreateDXGIFactory2", "Flags 0x%x are unknown", flags);
     }
-    return gleam::CreateFactory(flags, riid, factory);
+    return gleam::CreateFactory(flags, false, riid, factory);
 }
