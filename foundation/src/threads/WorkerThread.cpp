@@ -65,6 +65,8 @@ public:
     std::array<std::atomic<WorkerThreadBatch*>, WorkerThreadBatchDesc::MAX_PREDECESSORS> m_predecessors{};
     WorkerThreadBatch* m_nextDone = nullptr; ///< list of batches to complete, local to one thread
 
+    std::vector<WorkerThreadBatch*> m_dependents; ///< who names this batch; guarded by the scheduler's lock
+
     FixedString m_name;
     int m_flags = 0;
     int m_maxThreads = 0;
@@ -147,9 +149,9 @@ struct WorkerThreadScheduler::Impl
     std::deque<WorkerThreadBatch> m_batches;
     std::vector<WorkerThreadBatch*> m_unused;
     std::array<tbb::task_arena, PRIORITY_LEVELS> m_arenas{
-        tbb::task_arena(tbb::task_arena::automatic, 0, tbb::task_arena::priority::low),
-        tbb::task_arena(tbb::task_arena::automatic, 0, tbb::task_arena::priority::normal),
-        tbb::task_arena(tbb::task_arena::automatic, 0, tbb::task_arena::priority::high)};
+        tbb::task_arena(tbb::task_arena::automatic, 1, tbb::task_arena::priority::low),
+        tbb::task_arena(tbb::task_arena::automatic, 1, tbb::task_arena::priority::normal),
+        tbb::task_arena(tbb::task_arena::automatic, 1, tbb::task_arena::priority::high)};
 
     void OpenGate(WorkerThreadBatch& batch);
     void LowerRemaining(WorkerThreadBatch& batch);
@@ -371,6 +373,9 @@ WorkerThreadBatch* WorkerThreadScheduler::RegisterNewBatch(WorkerThreadBatchDesc
     }
     for (int i = 0; i < WorkerThreadBatchDesc::MAX_PREDECESSORS; ++i) {
         batch->m_predecessors[i].store(desc.m_predecessors[i], std::memory_order_relaxed);
+        if (desc.m_predecessors[i]) {
+            desc.m_predecessors[i]->m_dependents.push_back(batch);
+        }
     }
     return batch;
 }
@@ -389,11 +394,17 @@ void WorkerThreadScheduler::UnregisterBatch(WorkerThreadBatch* batch)
     }
     m_impl->WaitForThreads(*batch);
     std::lock_guard lock(m_impl->m_lock);
-    for (WorkerThreadBatch& other : m_impl->m_batches) {
-        for (auto& predecessor : other.m_predecessors) {
+    for (WorkerThreadBatch* dependent : batch->m_dependents) {
+        for (auto& predecessor : dependent->m_predecessors) {
             if (predecessor.load(std::memory_order_relaxed) == batch) {
                 predecessor.store(nullptr, std::memory_order_relaxed);
             }
+        }
+    }
+    batch->m_dependents.clear();
+    for (auto& predecessor : batch->m_predecessors) {
+        if (WorkerThreadBatch* other = predecessor.exchange(nullptr, std::memory_order_relaxed)) {
+            std::erase(other->m_dependents, batch);
         }
     }
     m_impl->m_unused.push_back(batch);
