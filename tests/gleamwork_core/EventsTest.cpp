@@ -3,10 +3,12 @@
 #include "Gleamwork/WindowEventManager.h"
 
 #include <gtest/gtest.h>
+#include <functional>
 #include <memory>
 #include <qs/Log.h>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -26,10 +28,12 @@ struct WindowListener : gw::WindowEventListener
     bool OnWindowClose(const gw::WindowCloseEvent&) override
     {
         calls += "c";
-        if (onClose) {
-            onClose();
+        const bool result = answer;
+        // May end this listener.
+        if (const auto call = std::exchange(onClose, nullptr)) {
+            call();
         }
-        return answer;
+        return result;
     }
     bool OnWindowDisplayChanged(const gw::WindowDisplayChangedEvent& event) override
     {
@@ -106,9 +110,7 @@ TEST(WindowEvents, ListenerThatEndsInsideACallIsFound)
     qs::LogCapture log;
     auto ending = std::make_unique<WindowListener>();
     WindowListener other;
-    // The function must outlive the listener that it ends.
-    const std::function<void()> end = [&] { ending.reset(); };
-    ending->onClose = [&end] { end(); };
+    ending->onClose = [&] { ending.reset(); };
     qs::Singleton<gw::WindowEventManager>::GetInstance()->ExecuteWindowCloseEvent();
     EXPECT_EQ(log.CountContaining(c_changedInCall, qs::LogLevelAssertion), 1u);
 }

@@ -68,7 +68,7 @@ protected:
         std::filesystem::remove(m_path);
     }
 
-    const std::string m_path = testing::TempDir() + "/font" + std::to_string(getpid()) + ".fnt";
+    const std::string m_path = testing::TempDir() + "font" + std::to_string(getpid()) + ".fnt";
     gw::TexturedFont m_font;
     qs::LogCapture m_log;
 };

@@ -136,7 +136,7 @@ TEST_F(RendererTest, ReloadKeepsTheHandle)
 {
     const unsigned char grey[4 * 4 * 4] = {};
     const qs::ObjectHandle texture = MakeTexture(4, 4, grey);
-    const std::string path = testing::TempDir() + "/reload" + std::to_string(getpid()) + ".png";
+    const std::string path = testing::TempDir() + "reload" + std::to_string(getpid()) + ".png";
     png_image png = {};
     png.version = PNG_IMAGE_VERSION;
     png.width = 2;
