@@ -33,6 +33,10 @@ class IAPI;
 class D3D11Renderer;
 } // namespace api
 
+namespace qs {
+class Path;
+}
+
 namespace gw {
 
 class FullScreenTriangle;
@@ -110,6 +114,9 @@ public:
     static bool CalculateMipDelta(int mipTarget, bool blockCompressed, bool cube, const TextureDimensions& src,
                                   TextureDimensions& dst);
     static int GetCBFrameID() { return 0; }
+    /// Compiles a text shader file into a binary shader file. False, after a message, when a file cannot be read or
+    /// written or a stage does not compile.
+    static bool createBinaryShaderFromText(const qs::Path& textPath, const qs::Path& binaryPath);
 
     /// Maps pixel coordinates to clip space for the 2D draws: only the extents count, the origin is always the upper
     /// left corner.

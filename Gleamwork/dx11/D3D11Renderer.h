@@ -16,6 +16,7 @@
 
 #include <vector>
 
+struct ID3D11ShaderReflection;
 struct ID3DUserDefinedAnnotation;
 
 namespace gw {
@@ -396,6 +397,16 @@ protected:
     D3D11StateCache m_state;
 
 private:
+    qs::ObjectHandle AddStage(const gw::ShaderData& source, gw::EShaderType type, bool compile,
+                              gw::ShaderDefine* defines);
+    void ReleaseShaderData(Shader& shader);
+    bool CreateStages(Shader& shader, ID3D11ShaderReflection* (&stages)[3]);
+    /// Keeps a texture's device data for the frames in which recorded commands may still name its views.
+    void MarkInUse(const qs::ObjectHandle& handle);
+    bool HasSliceView(const SRV& srv, const qs::ObjectHandle& owner, int slice) const;
+    int FindComputeSlot(const qs::FixedString& name) const;
+    bool ShadowSampler(const ShaderSlots& slots, const qs::ObjectHandle& handle);
+    void UnbindShaderResources();
     SRV CreateShaderViews(unsigned usage, const Texture& texture, DxgiFormat viewFormat, DxgiFormat stencilViewFormat);
     void CreateTargetViews(unsigned usage, Texture& texture);
     void CreateDepthViews(unsigned usage, Texture& texture);
