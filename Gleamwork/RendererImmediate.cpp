@@ -50,6 +50,9 @@ void Renderer::SetDrawStates(const qs::ObjectHandle& rasterizer, const qs::Objec
 void Renderer::BindRollingVertices(const qs::ObjectHandle& format, unsigned offset)
 {
     SetVertexFormat(format);
+    // The stride is bound with the buffer: where the rolling buffer wrapped to the offset of an earlier draw, the
+    // binding of another format must not pass for this one.
+    m_state.vertexBuffers[0] = VertexBufferID();
     SetVertexBuffer(0, m_rollingVB, offset);
 }
 
@@ -114,10 +117,12 @@ void Renderer::drawPlain3DIndexed(const DrawPlain3DIndexedDesc& desc)
     SetDepthState(desc.depthState, 0);
     SetRasterizerState(desc.rasterizerState);
     BindRollingVertices(m_plain3DVertexFormat, vertexOffset);
-    // One rolling buffer serves both index sizes: the record says how the next binding reads it.
+    // One rolling buffer serves both index sizes: the record says how the next binding reads it. As with vertices, a
+    // binding at the same offset must not pass for this one.
     if (IndexBuffer* rolling = m_indexBuffers.Get(m_rollingIB)) {
         rolling->indexSize = desc.indexStride;
     }
+    m_state.indexBuffer = IndexBufferID();
     SetIndexBuffer(m_rollingIB, indexOffset);
     SetPrimitiveTopology(desc.topology);
     DrawElements(0, int(desc.indexCount), 0, int(desc.vertexCount));
