@@ -1,11 +1,7 @@
 # Formats, buffers, images, pixel conversion and image files.
 list(APPEND GLEAMWORK_SOURCES
-  image/ConverterRowsBytes.cpp
-  image/ConverterRowsFloats.cpp
-  image/ConverterRowsIntegers.cpp
-  image/ConverterRowsPacked.cpp
-  image/ConverterRowsShorts.cpp
   image/FastConverters.cpp
+  image/FastShuffle.cpp
   image/Format.cpp
   image/GraphicsBuffer.cpp
   image/Image.cpp
@@ -13,6 +9,7 @@ list(APPEND GLEAMWORK_SOURCES
   image/ImageUtils.cpp
   image/PackedPixels.cpp
   image/PixelWriter.cpp
+  image/PlainConverters.cpp
   image/win32/ImageFileFormatJPEG.cpp
   image/win32/ImageFileFormatPNG.cpp
   image/win32/ImageReader.cpp)

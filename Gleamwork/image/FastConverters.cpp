@@ -1,5 +1,5 @@
 // Which pairs of formats have a faster way, and the choice by the processor that runs.
-#include "Gleamwork/image/ConverterTable.h"
+#include "Gleamwork/image/PixelFormats.h"
 
 #if defined(__x86_64__)
 
@@ -11,68 +11,97 @@
 namespace gw::image::details {
 namespace {
 
-template <class Source, class Target, bool Swap>
-void RunShuffle(qs::MemView<unsigned char> target, const qs::MemView<const unsigned char>& source)
-{
-    const uint64_t count = CountPixels(target, ShapeOf<Target>(), source, ShapeOf<Source>());
-    Shuffle<Source, Target, Swap>::Run(source.GetData(), target.GetData(), count);
-}
+using RunOfElements = void (*)(const unsigned char* from, unsigned char* to, uint64_t count);
 
 // Channels are put in the target's order first, a block at a time, and then turned into the target's family.
-template <class Source, class Target, bool Swap>
-void RunInBlocks(const unsigned char* from, unsigned char* to, uint64_t count)
+struct Crossing
 {
-    using Ordered = ChannelPixel<typename Source::Family, Target::elementsPerPixel,
-                                 (Target::elementsPerPixel >= 3 && Target::ChannelAt(0) != 0)>;
-    constexpr uint64_t blockPixels = 4096 / Ordered::bytes;
-    alignas(32) unsigned char block[blockPixels * Ordered::bytes];
+    PixelShape sourceShape;
+    PixelShape targetShape;
+    bool isOrdered; // the first step would change nothing
+    ShufflePlan order;
+    RunOfElements run;
+};
+
+void CrossInBlocks(const Crossing& crossing, const unsigned char* from, unsigned char* to, uint64_t count)
+{
+    constexpr uint64_t blockBytes = 4096;
+    alignas(32) unsigned char block[blockBytes];
+    const uint64_t blockPixels = blockBytes / crossing.order.targetBytes;
     for (uint64_t done = 0; done < count; done += blockPixels) {
         const uint64_t pixels = std::min(blockPixels, count - done);
-        Shuffle<Source, Ordered, Swap>::Run(from + done * Source::bytes, block, pixels);
-        FlatRun<typename Source::Family, typename Target::Family>::Run(block, to + done * Target::bytes,
-                                                                       pixels * Target::elementsPerPixel);
+        ShufflePixels(crossing.order, from + done * crossing.sourceShape.Bytes(), block, pixels);
+        crossing.run(block, to + done * crossing.targetShape.Bytes(), pixels * crossing.targetShape.elementsPerPixel);
     }
 }
 
-template <class Source, class Target>
-constexpr bool HaveSameOrder()
+void Cross(const Crossing& crossing, const qs::MemView<unsigned char>& target,
+           const qs::MemView<const unsigned char>& source)
 {
-    return Source::elementsPerPixel == Target::elementsPerPixel && Source::ChannelAt(0) == Target::ChannelAt(0);
+    const uint64_t count = CountPixels(target, crossing.targetShape, source, crossing.sourceShape);
+    if (crossing.isOrdered)
+        crossing.run(source.GetData(), target.GetData(), count * crossing.targetShape.elementsPerPixel);
+    else
+        CrossInBlocks(crossing, source.GetData(), target.GetData(), count);
 }
 
 template <class Source, class Target, bool Swap>
-void RunAcrossFamilies(qs::MemView<unsigned char> target, const qs::MemView<const unsigned char>& source)
+struct FastConverter
 {
-    const uint64_t count = CountPixels(target, ShapeOf<Target>(), source, ShapeOf<Source>());
-    if constexpr (HaveSameOrder<Source, Target>() && !Swap)
-        FlatRun<typename Source::Family, typename Target::Family>::Run(source.GetData(), target.GetData(),
-                                                                       count * Target::elementsPerPixel);
-    else
-        RunInBlocks<Source, Target, Swap>(source.GetData(), target.GetData(), count);
-}
+    static constexpr bool isShuffle = Source::storage == Target::storage;
+
+    static constexpr ShufflePlan MakePlan()
+    {
+        if constexpr (isShuffle)
+            return MakeShufflePlan<Source, Target, Swap>();
+        else
+            return ShufflePlan();
+    }
+
+    static constexpr Crossing MakeCrossing()
+    {
+        Crossing crossing = {};
+        if constexpr (!isShuffle) {
+            constexpr int channels = Target::elementsPerPixel;
+            constexpr bool isBgr = Target::ChannelAt(0) != 0 && channels >= 3;
+            using Ordered = ChannelPixel<typename Source::Family, channels, isBgr>;
+            crossing.sourceShape = ShapeOf<Source>();
+            crossing.targetShape = ShapeOf<Target>();
+            crossing.isOrdered = std::is_same_v<Source, Ordered> && !Swap;
+            crossing.order = MakeShufflePlan<Source, Ordered, Swap>();
+            crossing.run = &RunElements<typename Source::Family, typename Target::Family>;
+        }
+        return crossing;
+    }
+
+    static constexpr ShufflePlan plan = MakePlan();
+    static constexpr Crossing crossing = MakeCrossing();
+
+    static void Run(qs::MemView<unsigned char> target, const qs::MemView<const unsigned char>& source)
+    {
+        if constexpr (isShuffle)
+            ShufflePixels(plan, source.GetData(), target.GetData(),
+                          CountPixels(target, ShapeOf<Target>(), source, ShapeOf<Source>()));
+        else
+            Cross(crossing, target, source);
+    }
+};
 
 template <class Family>
 constexpr bool hasKernels = std::is_same_v<Family, FamilyU8> || std::is_same_v<Family, FamilyU16> ||
                             std::is_same_v<Family, FamilyHalf> || std::is_same_v<Family, FamilyFloat>;
 
 template <class Source, class Target>
-constexpr bool CrossesFamiliesFast()
+constexpr bool HasFastWay()
 {
+    if (Source::storage == EStorage::Packed || Target::storage == EStorage::Packed || std::is_same_v<Source, Target>)
+        return false;
+    if (Source::storage == Target::storage)
+        return true;
     // The alpha of a half format without one is no half, so it cannot pass through a block of halves.
-    constexpr bool makesHalfAlpha = Source::storage == EStorage::Half && Source::elementsPerPixel < 4;
+    const bool makesHalfAlpha = Source::storage == EStorage::Half && Source::elementsPerPixel < 4;
     return hasKernels<typename Source::Family> && hasKernels<typename Target::Family> &&
            !(makesHalfAlpha && Target::elementsPerPixel == 4);
-}
-
-template <class Source, class Target, bool Swap>
-void Install(PixelConverter& entry)
-{
-    if constexpr (Source::storage == EStorage::Packed || Target::storage == EStorage::Packed)
-        return;
-    else if constexpr (Source::storage == Target::storage)
-        entry = &RunShuffle<Source, Target, Swap>;
-    else if constexpr (CrossesFamiliesFast<Source, Target>())
-        entry = &RunAcrossFamilies<Source, Target, Swap>;
 }
 
 bool HasAvx2AndF16c()
@@ -87,16 +116,16 @@ void InstallFastConverters(ConverterTable& table)
 {
     if (!HasAvx2AndF16c())
         return;
-    ForEachConvertibleFormat([&](auto source) {
-        ForEachConvertibleFormat([&](auto target) {
-            using From = typename decltype(source)::Pixel;
-            using To = typename decltype(target)::Pixel;
+    ForEachConvertiblePair([&](auto source, auto target) {
+        using From = typename decltype(source)::Pixel;
+        using To = typename decltype(target)::Pixel;
+        if constexpr (HasFastWay<From, To>()) {
             auto& pair = table.entries[source.format][target.format];
-            if constexpr (!std::is_same_v<From, To>) {
-                Install<From, To, false>(pair[0]);
-                Install<From, To, true>(pair[1]);
-            }
-        });
+            // Single bytes have no order.
+            constexpr bool swaps = sizeof(typename From::Bits) > 1;
+            pair[0] = &FastConverter<From, To, false>::Run;
+            pair[1] = &FastConverter<From, To, swaps>::Run;
+        }
     });
 }
 

@@ -4,6 +4,8 @@
 
 #include "Gleamwork/image/FastShuffle.h"
 
+#include <immintrin.h>
+
 namespace gw::image::details {
 
 // Eight elements on their way: as whole numbers for the unsigned families, else as floats.
@@ -194,19 +196,21 @@ requires(From::range == ERange::Plain && To::range == ERange::Unsigned) struct F
 
 // A run of elements of one family into another; what the kernel does not take goes the plain way.
 template <class From, class To>
-struct FlatRun
+GW_TARGET_AVX2 void RunElements(const unsigned char* from, unsigned char* to, uint64_t count)
 {
-    using Source = ChannelPixel<From, 1>;
-    using Target = ChannelPixel<To, 1>;
-
-    GW_TARGET_AVX2 static void Run(const unsigned char* from, unsigned char* to, uint64_t count)
-    {
-        for (; count >= 8; count -= 8, from += 8 * Source::bytes, to += 8 * Target::bytes) {
-            if (!FlatKernel<From, To>::Convert(from, to)) [[unlikely]]
-                Converter<Source, Target, false>::RunPixels(from, to, 8);
+    constexpr uint64_t fromBytes = sizeof(typename From::Bits);
+    constexpr uint64_t toBytes = sizeof(typename To::Bits);
+    const auto runPlain = [](const unsigned char* source, unsigned char* target, uint64_t elements) {
+        for (uint64_t i = 0; i < elements; ++i) {
+            const double number = From::Load(LoadBits<typename From::Bits, false>(source + i * fromBytes));
+            StoreBits(target + i * toBytes, To::Store(ConvertChannel<From, To>(number)));
         }
-        Converter<Source, Target, false>::RunPixels(from, to, count);
+    };
+    for (; count >= 8; count -= 8, from += 8 * fromBytes, to += 8 * toBytes) {
+        if (!FlatKernel<From, To>::Convert(from, to)) [[unlikely]]
+            runPlain(from, to, 8);
     }
-};
+    runPlain(from, to, count);
+}
 
 } // namespace gw::image::details

@@ -48,6 +48,8 @@ uint64_t CountPixels(const qs::MemView<unsigned char>& target, PixelShape target
     return std::min(sourcePixels, targetPixels);
 }
 
+namespace {
+
 void CopyPixels(qs::MemView<unsigned char> target, const qs::MemView<const unsigned char>& source)
 {
     if (target.GetSize() != source.GetSize()) [[unlikely]]
@@ -58,16 +60,10 @@ void CopyPixels(qs::MemView<unsigned char> target, const qs::MemView<const unsig
         std::memmove(target.GetData(), source.GetData(), bytes);
 }
 
-namespace {
-
 ConverterTable BuildPlainTable()
 {
     ConverterTable table;
-    FillRowsOfBytes(table);
-    FillRowsOfShorts(table);
-    FillRowsOfFloats(table);
-    FillRowsOfIntegers(table);
-    FillRowsOfPackedWords(table);
+    FillPlainConverters(table);
     for (uint32_t format = 0; format < FORMAT_MAX; ++format)
         table.entries[format][format][0] = &CopyPixels;
     return table;

@@ -77,7 +77,7 @@ public:
 private:
     bool WriteView(const qs::MemView<const unsigned char>& pixels);
     bool WritePixelByPixel(const qs::MemView<const unsigned char>& pixels);
-    void AdvancePixel();
+    void AdvancePixels(int64_t count);
 
     Image* m_image;
     EFormat m_sourceFormat;

@@ -169,13 +169,19 @@ struct ChannelPixel
     }
 };
 
+struct PackedFamily
+{
+    static constexpr ERange range = ERange::Plain;
+};
+
 // One word per pixel; the codec turns it into channels and back.
 template <class Codec>
 struct PackedPixel
 {
+    using Family = PackedFamily;
     using Bits = typename Codec::Word;
     static constexpr EStorage storage = EStorage::Packed;
-    static constexpr ERange range = ERange::Plain;
+    static constexpr ERange range = Family::range;
     static constexpr int elementsPerPixel = 1;
     static constexpr int bytes = sizeof(Bits);
 
@@ -211,26 +217,15 @@ double ScaleFromNormalised(double value)
         return (value + 1.0) * (Family::maximum + 0.5) + Family::minimum;
 }
 
-// A channel's number in Target for its number in Source.
+// A channel's number in the target family for its number in the source family. Storage is not looked at.
 template <class Source, class Target>
 double ConvertChannel(double value)
 {
-    if constexpr (Source::storage == Target::storage && Source::storage != EStorage::Packed)
-        return value;
     if constexpr (Source::range != ERange::Plain)
-        value = Normalise<typename Source::Family>(value);
+        value = Normalise<Source>(value);
     if constexpr (Target::range != ERange::Plain)
-        value = ScaleFromNormalised<typename Target::Family>(value);
+        value = ScaleFromNormalised<Target>(value);
     return value;
-}
-
-template <class Source, class Target, bool Swap>
-void ConvertPixel(const unsigned char* source, unsigned char* target)
-{
-    WorkingPixel pixel = Source::template Read<Swap>(source);
-    for (double& channel : pixel)
-        channel = ConvertChannel<Source, Target>(channel);
-    Target::Write(target, pixel);
 }
 
 } // namespace gw::image::details

@@ -154,15 +154,17 @@ bool PixelWriter::WritePixelByPixel(const qs::MemView<const unsigned char>& pixe
         m_converter(target, pixels);
         return true;
     }
-    for (uint64_t pixel = 0; pixel < count; ++pixel) {
+    // Pixels of one row stand side by side.
+    for (uint64_t done = 0; done < count;) {
+        const uint64_t pixelsInRow = std::min(count - done, static_cast<uint64_t>(m_width - m_x));
         if (!SetPosition(GetCurrentTargetPixelOffset()))
             return false;
-        const qs::MemView<unsigned char> target = Advance(m_targetPixelBytes);
+        const qs::MemView<unsigned char> target = Advance(pixelsInRow * m_targetPixelBytes);
         if (target.GetData() == nullptr)
             return false;
-        m_converter(target, qs::MemView<const unsigned char>(pixels.GetData() + pixel * m_sourcePixelBytes,
-                                                             m_sourcePixelBytes));
-        AdvancePixel();
+        m_converter(target, pixels.SubView(done * m_sourcePixelBytes, pixelsInRow * m_sourcePixelBytes));
+        AdvancePixels(static_cast<int64_t>(pixelsInRow));
+        done += pixelsInRow;
     }
     return true;
 }
@@ -176,9 +178,10 @@ uint64_t PixelWriter::GetCurrentTargetPixelOffset() const
     return static_cast<uint64_t>(m_width * row + m_x) * m_targetPixelBytes + m_sliceOffset;
 }
 
-void PixelWriter::AdvancePixel()
+// The pixels advanced over lie in one row.
+void PixelWriter::AdvancePixels(int64_t count)
 {
-    m_x = (m_x + 1) % m_width;
+    m_x = (m_x + count) % m_width;
     if (m_x != 0)
         return;
     m_y = (m_y + 1) % m_height;
