@@ -137,7 +137,7 @@ public:
     {
         if (header.IsPalette())
             FillFromPalette(file);
-        else
+        else if (header.bitDepth < 8)
             FillWithGreys();
     }
 
