@@ -9,8 +9,12 @@ list(APPEND PLATFORM_SOURCES
   src/shader/BufferLayout.cpp
   src/shader/BufferLayoutApply.cpp
   src/shader/D3DCompile.cpp
+  src/shader/HlslDeclarations.cpp
+  src/shader/HlslFacts.cpp
   src/shader/HlslProgram.cpp
+  src/shader/HlslRewrite.cpp
   src/shader/HlslSignature.cpp
+  src/shader/HlslTokens.cpp
   src/shader/HlslTree.cpp
   src/shader/HlslTypes.cpp
   src/shader/IncludeFiles.cpp

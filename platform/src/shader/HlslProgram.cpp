@@ -70,6 +70,10 @@ bool CompileHlsl(const HlslRequest& request, HlslProgram& program, std::string& 
     glslang::TIntermediate* tree = isLinked ? linked.getIntermediate(stage) : nullptr;
     if (!tree)
         return false;
+    if (tree->getNumEntryPoints() == 0) {
+        log = "ERROR: '" + request.entryPoint + "': entrypoint not found\n";
+        return false;
+    }
 
     program.info.stage = request.stage;
     HlslTree view{*tree};

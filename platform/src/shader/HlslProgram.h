@@ -1,6 +1,7 @@
 // HLSL text of one stage turned into SPIR-V by glslang, with what glslang's syntax tree tells about it.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,7 +34,9 @@ struct HlslProgram
 {
     std::vector<std::uint32_t> spirv;    ///< every resource variable has set 0 and its provisional binding
     std::vector<HlslResource> resources; ///< in order of declaration
-    ShaderInfo info;                     ///< stage, signatures and execution properties; the rest is still empty
+    /// Folded components of helper functions' values, see HlslRewrite.h; every 32-bit value fits a double.
+    std::map<std::string, std::vector<double>> constants;
+    ShaderInfo info; ///< stage, signatures and execution properties; the rest is still empty
 };
 
 /// Fills `program` and `log`; false when the text does not compile. The log is in glslang's form. Callable from any

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <map>
 
+#include "shader/HlslRewrite.h"
+
 namespace gleam {
 namespace {
 
@@ -27,6 +29,55 @@ public:
 private:
     const std::map<long long, std::uint32_t>& m_numbers;
 };
+
+/// Finds the folded value that a helper function assigns to its variable "v".
+class FoldedValue : public glslang::TIntermTraverser
+{
+public:
+    bool visitBinary(glslang::TVisit, glslang::TIntermBinary* node) override
+    {
+        const glslang::TIntermSymbol* left = node->getLeft()->getAsSymbolNode();
+        const glslang::TIntermConstantUnion* right = node->getRight()->getAsConstantUnion();
+        if (node->getOp() == glslang::EOpAssign && left && left->getName() == "v" && right)
+            for (int i = 0; i < right->getConstArray().size(); ++i)
+                components.push_back(Number(right->getConstArray()[i]));
+        return true;
+    }
+
+    std::vector<double> components;
+
+private:
+    static double Number(const glslang::TConstUnion& value)
+    {
+        switch (value.getType()) {
+        case glslang::EbtInt:
+            return value.getIConst();
+        case glslang::EbtUint:
+            return value.getUConst();
+        case glslang::EbtBool:
+            return value.getBConst();
+        default:
+            return value.getDConst();
+        }
+    }
+};
+
+/// Values of the helpers, by the helpers' names.
+void ReadFoldedValues(const glslang::TIntermediate& tree, HlslProgram& program)
+{
+    for (TIntermNode* node : tree.getTreeRoot()->getAsAggregate()->getSequence()) {
+        glslang::TIntermAggregate* function = node->getAsAggregate();
+        if (!function || function->getOp() != glslang::EOpFunction)
+            continue;
+        const std::string mangled = function->getName().c_str();
+        if (!mangled.starts_with(DefaultHelperPrefix))
+            continue;
+        FoldedValue value;
+        function->traverse(&value);
+        if (!value.components.empty())
+            program.constants.emplace(mangled.substr(0, mangled.find('(')), std::move(value.components));
+    }
+}
 
 bool IsResource(const glslang::TType& type)
 {
@@ -303,6 +354,7 @@ void ReadTree(HlslTree& tree, HlslProgram& program)
     BindingNumbers numbering(numbers);
     tree.intermediate.getTreeRoot()->traverse(&numbering);
     DescribeSignatures(stageSymbols, program.info);
+    ReadFoldedValues(tree.intermediate, program);
     DescribeExecution(tree.intermediate, program.info);
 }
 

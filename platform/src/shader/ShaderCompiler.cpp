@@ -12,6 +12,7 @@
 
 #include "d3dcompiler.h"
 #include "shader/BufferLayout.h"
+#include "shader/HlslFacts.h"
 #include "shader/InstructionCount.h"
 #include "shader/ResourceSlots.h"
 #include "shader/ShaderContainer.h"
@@ -169,6 +170,15 @@ void MarkUsed(SpirvModule& module, const std::vector<VariableUse>& uses, ShaderI
     }
 }
 
+/// Reading the sample's number or position, or an input that is interpolated for each sample.
+bool RunsPerSample(const SpirvModule& module)
+{
+    return std::any_of(module.Instructions().begin(), module.Instructions().end(), [](const SpirvInstruction& i) {
+        return i.op == spv::Op::OpCapability &&
+               i.operands[0] == static_cast<std::uint32_t>(spv::Capability::SampleRateShading);
+    });
+}
+
 void Validate(const std::vector<std::uint32_t>& words, const ShaderInfo& info)
 {
     const bool isUsual = std::none_of(info.buffers.begin(), info.buffers.end(),
@@ -178,19 +188,52 @@ void Validate(const std::vector<std::uint32_t>& words, const ShaderInfo& info)
         throw Failure{"X8000: validation error: " + message};
 }
 
+/// Names in messages as the text has them.
+void RestoreWords(std::string& log, const HlslFacts& facts)
+{
+    for (const auto& [renamed, original] : facts.renamed) {
+        const std::string word = "'" + renamed + "'";
+        for (std::size_t at = log.find(word); at != std::string::npos; at = log.find(word, at + 1))
+            log.replace(at + 1, renamed.size(), original);
+    }
+}
+
+/// Rewrites the text and runs glslang. Initial values that glslang would ignore may be beyond it: a text that fails
+/// with the helpers that read them gets a second try without.
+bool Translate(const CompileRequest& request, HlslProgram& program, HlslFacts& facts, std::string& log)
+{
+    for (const bool withDefaults : {true, false}) {
+        program = {};
+        facts = {};
+        HlslRequest rewritten = request.hlsl;
+        if (!RewriteHlsl(rewritten.text, withDefaults, facts))
+            throw Failure{"X3000: syntax error: brackets are nested deeper than " + std::to_string(MaxNesting)};
+        const bool compiled = CompileHlsl(rewritten, program, log);
+        if (compiled || facts.defaults.empty()) {
+            RestoreWords(log, facts);
+            return compiled;
+        }
+    }
+    RestoreWords(log, facts);
+    return false;
+}
+
 CompileResult Compile(const CompileRequest& request)
 {
     CompileResult result;
     HlslProgram program;
+    HlslFacts facts;
     std::string log;
-    const bool compiled = CompileHlsl(request.hlsl, program, log);
+    const bool compiled = Translate(request, program, facts, log);
     result.messages = PublishedMessages(log, request.sources, request.hlsl.text, request.hlsl.sourceName);
     if (!compiled)
         return result;
+    ApplyFacts(facts, program);
 
     SpirvModule module;
     Parse(module, program.spirv);
     LayOutBuffers(module, program);
+    ApplyDefaults(facts, program);
     MakeVertexNumbersRelative(module);
     std::vector<std::uint32_t> words = module.Words();
     Optimize(words, request.flags);
@@ -202,6 +245,7 @@ CompileResult Compile(const CompileRequest& request)
     if (!AssignResources(module, uses, program, error))
         throw Failure{error};
     MarkUsed(module, uses, program.info);
+    program.info.runsPerSample = RunsPerSample(module);
     program.info.counts = CountInstructions(module);
     program.info.version =
         static_cast<std::uint32_t>(request.target.stage) << 16 | request.target.major << 4 | request.target.minor;

@@ -185,6 +185,8 @@ std::string PublishedText(const Message& message)
         const std::size_t name = text.rfind(": ");
         return "X1507: failed to open source file: '" + text.substr(name + 2) + "'";
     }
+    if (Contains(text, "entrypoint not found"))
+        return "X3501: " + text;
     if (Contains(text, "cannot convert"))
         return "X3017: " + quoted + ": " + text;
     if (Contains(text, "redefinition") || Contains(text, "redeclaration"))
@@ -202,10 +204,12 @@ std::string PublishedText(const Message& message)
     return "X3000: " + (message.word.empty() ? text : quoted + ": " + text);
 }
 
-/// Messages that glslang adds to every failure.
+/// Messages that follow from others, or tell of what later steps put right.
 bool IsConsequence(const Message& message)
 {
-    return Contains(message.text, "No code generated") || Contains(message.text, "compilation terminated");
+    return Contains(message.text, "No code generated") || Contains(message.text, "compilation terminated") ||
+           Contains(message.text, "from ' temp void'") || Contains(message.text, "illegal SPIR-V") ||
+           Contains(message.text, "struct-member initializers ignored");
 }
 
 class Translation
