@@ -5,6 +5,7 @@
 #include <qs/Memory.h>
 #include <qs/Singleton.h>
 
+#include "memory/Block.h"
 #include "memory/ScopeTable.h"
 
 namespace qs {
@@ -31,11 +32,21 @@ struct ExitReport
 __attribute__((init_priority(101))) ExitReport s_exitReport;
 #endif
 
+#if !defined(GLEAM_SANITIZE)
+// Large blocks are carved out of address space that stays with the process. Given back to the system after each use,
+// they would cost a page fault for every page at the next, more than most of the work done on them.
+constexpr std::size_t KeptForLargeBlocks = std::size_t(256) << 20;
+#endif
+
 // Other libraries use the allocator in the constructors of their statics, so it stands before all objects of this one.
 struct MakeAllocator
 {
     MakeAllocator()
     {
+#if !defined(GLEAM_SANITIZE)
+        // Only address space until it is used. Where it cannot be had, large blocks come from the system one by one.
+        mi_reserve_os_memory(KeptForLargeBlocks, true, true);
+#endif
         memory::ProcessLifetime lifetime;
         Singleton<GlobalAllocator>::_SDMInit();
     }
