@@ -16,26 +16,26 @@ namespace {
 
 constexpr uint64_t defaultAlignment = 4;
 
-// The first touch of fresh memory costs far more than the bytes moved there, fifty times less so with huge pages.
-// Only a hint: where the system does not follow it, nothing but the time changes.
+// The first touch of fresh memory costs far more than the bytes moved there, fifty times less so with huge pages: large
+// blocks start on one and ask for them. Where the system does not follow the hint, nothing but the time changes.
+constexpr uint64_t hugePage = 2 * 1024 * 1024;
+constexpr uint64_t smallestLargeBlock = 2 * hugePage;
+
 void AdviseHugePages(void* data, uint64_t size)
 {
 #if defined(__linux__)
-    constexpr uint64_t hugePage = 2 * 1024 * 1024;
     constexpr uint64_t page = 4096;
-    if (size < 2 * hugePage)
-        return;
-    const uint64_t begin = (reinterpret_cast<uintptr_t>(data) + page - 1) & ~(page - 1);
-    const uint64_t end = (reinterpret_cast<uintptr_t>(data) + size) & ~(page - 1);
-    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+    madvise(data, size & ~(page - 1), MADV_HUGEPAGE);
 #endif
 }
 
 void* AllocateBlock(uint64_t size, uint64_t alignment)
 {
     qs::MemoryTrackerSample sample("GraphicsBuffer");
-    void* data = qs::MemoryManager::Allocate(size, qs::AllocType::Raw, qs::DefaultMemoryTag, alignment, true);
-    if (data)
+    const bool isLarge = size >= smallestLargeBlock;
+    void* data = qs::MemoryManager::Allocate(size, qs::AllocType::Raw, qs::DefaultMemoryTag,
+                                             isLarge ? std::max(alignment, hugePage) : alignment, true);
+    if (data && isLarge)
         AdviseHugePages(data, size);
     return data;
 }

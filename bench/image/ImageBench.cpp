@@ -1,5 +1,6 @@
 // Pixel conversion against memcpy, and image files against the codecs alone. Prints one line `ratio NAME VALUE` a row:
-// the median of our time over the median of the limit's, whose runs alternate. Of several pairs the worst counts.
+// the median of our processor time over the median of the limit's, whose runs alternate. Of several pairs the worst
+// counts.
 #include "Gleamwork/image/Image.h"
 #include "Gleamwork/image/ImagePixelOps.h"
 #include "Photograph.h"
@@ -80,7 +81,7 @@ void DecodeAlone(benchmark::State& state, void (*decode)(const ByteVector&), con
 template <class Run>
 void Register(const std::string& name, const Run& run)
 {
-    benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMillisecond)->UseRealTime();
+    benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMillisecond);
 }
 
 void RegisterPairs(const std::string& row, const Pair* begin, const Pair* end)
@@ -97,11 +98,13 @@ void RegisterPairs(const std::string& row, const Pair* begin, const Pair* end)
 class Collector : public benchmark::ConsoleReporter
 {
 public:
+    Collector() : ConsoleReporter(OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const Run& run : runs) {
             if (run.run_type == Run::RT_Iteration)
-                m_times[run.run_name.function_name].push_back(run.GetAdjustedRealTime());
+                m_times[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
         }
         ConsoleReporter::ReportRuns(runs);
     }

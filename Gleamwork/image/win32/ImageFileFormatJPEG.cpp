@@ -106,6 +106,19 @@ public:
         return true;
     }
 
+    // Lets libjpeg widen RGB to RGBA by itself, which spares a pass over every row. The pixels are the same.
+    bool WidenToRgba()
+    {
+#if defined(JCS_ALPHA_EXTENSIONS)
+        if (m_jpeg.out_color_space != JCS_RGB)
+            return false;
+        m_jpeg.out_color_space = JCS_EXT_RGBA;
+        return true;
+#else
+        return false;
+#endif
+    }
+
     // Fills all rows, however few the library gives at a time.
     bool ReadRows(unsigned char** rows, JDIMENSION count)
     {
