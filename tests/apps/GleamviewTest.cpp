@@ -1,0 +1,184 @@
+// gleamview as a process: pictures in, pictures out, exit statuses and messages. The validation layer is on, and what
+// it says fails the test.
+#include <DirectXTex.h>
+#include <wincodec.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+#include <sstream>
+#include <stb/stb_image.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Outcome
+{
+    int status = -1;
+    std::string errors;
+};
+
+struct Picture
+{
+    int width = 0, height = 0;
+    std::vector<std::uint8_t> rgba;
+    const std::uint8_t* At(int x, int y) const { return &rgba[static_cast<std::size_t>(y * width + x) * 4]; }
+};
+
+class Gleamview : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_folder = fs::temp_directory_path() / ("gleamview-test-" + std::to_string(getpid()));
+        fs::create_directories(m_folder);
+    }
+    void TearDown() override { fs::remove_all(m_folder); }
+
+    std::string File(const std::string& name) const { return (m_folder / name).string(); }
+
+    Outcome Run(const std::string& arguments) const
+    {
+        const std::string command = std::string(GLEAMVIEW) + " " + arguments + " >/dev/null 2>" + File("errors.txt");
+        const int result = std::system(command.c_str());
+        std::ostringstream text;
+        text << std::ifstream(File("errors.txt")).rdbuf();
+        EXPECT_EQ(text.str().find("VUID"), std::string::npos) << text.str();
+        return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, text.str()};
+    }
+
+    std::string WriteImage(const std::string& name, std::size_t width, std::size_t height, DXGI_FORMAT format,
+                           std::vector<std::uint8_t>* bytes = nullptr) const
+    {
+        DirectX::ScratchImage image;
+        image.Initialize({width, height, 1, 1, 1, 0, 0, format, DirectX::TEX_DIMENSION_TEXTURE2D});
+        std::mt19937 random(7);
+        for (std::size_t i = 0; i < image.GetPixelsSize(); ++i)
+            image.GetPixels()[i] = static_cast<std::uint8_t>(random());
+        if (bytes)
+            bytes->assign(image.GetPixels(), image.GetPixels() + image.GetPixelsSize());
+        const std::string file = File(name);
+        EXPECT_EQ(DirectX::SaveToWICFile(*image.GetImage(0, 0, 0), DirectX::WIC_FLAGS_NONE, GUID_ContainerFormatPng,
+                                         std::wstring(file.begin(), file.end()).c_str()),
+                  S_OK);
+        return file;
+    }
+
+    void WriteText(const std::string& name, const std::string& text) const { std::ofstream(File(name)) << text; }
+
+    Picture Read(const std::string& name) const
+    {
+        Picture picture;
+        int channels = 0;
+        stbi_uc* texels = stbi_load(File(name).c_str(), &picture.width, &picture.height, &channels, 4);
+        EXPECT_NE(texels, nullptr) << name;
+        if (texels)
+            picture.rgba.assign(texels, texels + picture.width * picture.height * 4);
+        stbi_image_free(texels);
+        return picture;
+    }
+
+    fs::path m_folder;
+};
+
+TEST_F(Gleamview, APictureAtItsOwnSizeKeepsEveryPixel)
+{
+    std::vector<std::uint8_t> bytes;
+    const std::string color = WriteImage("color.png", 61, 47, DXGI_FORMAT_R8G8B8A8_UNORM, &bytes);
+    for (const char* out : {"out.png", "out.bmp", "out.tga"}) {
+        const Outcome outcome = Run(color + " --out " + File(out));
+        ASSERT_EQ(outcome.status, 0) << outcome.errors;
+        EXPECT_EQ(Read(out).rgba, bytes) << out;
+    }
+
+    const std::string grey = WriteImage("grey.png", 9, 5, DXGI_FORMAT_R8_UNORM, &bytes);
+    ASSERT_EQ(Run(grey + " --out " + File("grey-out.png")).status, 0);
+    const Picture picture = Read("grey-out.png");
+    for (int i = 0; i < 9 * 5; ++i)
+        for (int channel = 0; channel < 3; ++channel)
+            ASSERT_EQ(picture.rgba[static_cast<std::size_t>(i * 4 + channel)], bytes[static_cast<std::size_t>(i)]);
+
+    const std::string deep = WriteImage("deep.png", 8, 8, DXGI_FORMAT_R16G16B16A16_UNORM, &bytes);
+    ASSERT_EQ(Run(deep + " --out " + File("deep-out.png")).status, 0);
+    int width, height, channels;
+    stbi_us* samples = stbi_load_16(File("deep-out.png").c_str(), &width, &height, &channels, 4);
+    ASSERT_NE(samples, nullptr);
+    EXPECT_EQ(std::memcmp(samples, bytes.data(), bytes.size()), 0);
+    stbi_image_free(samples);
+}
+
+TEST_F(Gleamview, SizesAndGridsKeepProportions)
+{
+    const std::string wide = WriteImage("wide.png", 64, 32, DXGI_FORMAT_R8G8B8A8_UNORM);
+    ASSERT_EQ(Run(wide + " --size 40x40 --out " + File("boxed.png")).status, 0);
+    const Picture boxed = Read("boxed.png");
+    EXPECT_EQ(boxed.width, 40);
+    EXPECT_EQ(boxed.height, 40);
+    EXPECT_EQ(boxed.At(20, 5)[3], 0);  // above the image
+    EXPECT_GT(boxed.At(20, 20)[3], 0); // inside
+
+    const std::string small = WriteImage("small.png", 10, 10, DXGI_FORMAT_R8G8B8A8_UNORM);
+    ASSERT_EQ(Run(wide + " " + small + " " + small + " --out " + File("grid.png")).status, 0);
+    const Picture grid = Read("grid.png");
+    EXPECT_EQ(grid.width, 128);
+    EXPECT_EQ(grid.height, 64);
+    EXPECT_EQ(grid.At(120, 60)[3], 0); // the fourth cell is empty
+}
+
+TEST_F(Gleamview, AShaderSeesTimeResolutionAndImagesInLinearLight)
+{
+    const std::string image = WriteImage("image.png", 16, 16, DXGI_FORMAT_R8G8B8A8_UNORM);
+    WriteText("half.shader", "[Fragment shader]\nfloat4 resolution; float time;\n"
+                             "float4 main(float4 position : SV_Position, float2 uv : TEXCOORD0) : SV_Target0\n"
+                             "{ return float4(uv.x > 0.5 ? 0.5 : 0.0, resolution.x / 64.0, time, 1.0); }\n");
+    const Outcome outcome =
+        Run(image + " --shader " + File("half.shader") + " --time 1 --size 32x16 --out " + File("half.png"));
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    const Picture picture = Read("half.png");
+    EXPECT_EQ(picture.At(2, 2)[0], 0);
+    EXPECT_NEAR(picture.At(30, 2)[0], 188, 1); // half the light
+    EXPECT_NEAR(picture.At(30, 2)[1], 188, 1); // 32 pixels wide
+    EXPECT_EQ(picture.At(30, 2)[2], 255);
+}
+
+TEST_F(Gleamview, FailedJobsNameTheFileAndWrongUsageIsTold)
+{
+    const std::string image = WriteImage("image.png", 4, 4, DXGI_FORMAT_R8G8B8A8_UNORM);
+    WriteText("broken.png", "\x89PNG\r\n\x1a\n and then nothing");
+    WriteText("bad.shader", "[Fragment shader]\n\nfloat4 main() : SV_Target0\n{ return missing; }\n");
+    WriteText("none.shader", "float4 main() : SV_Target0 { return 1; }\n");
+    struct Case
+    {
+        std::string arguments;
+        int status;
+        std::vector<std::string> said;
+    };
+    const Case cases[] = {
+        {"", 2, {"no image given"}},
+        {"--nonsense", 2, {"--nonsense"}},
+        {File("missing.png"), 1, {"missing.png"}},
+        {m_folder.string(), 1, {m_folder.string()}},
+        {File("broken.png"), 1, {"broken.png"}},
+        {File("bad.shader"), 1, {"bad.shader"}},
+        {image + " --out " + File("out.gif"), 1, {"out.gif", "unknown extension"}},
+        {image + " --out " + File("no/folder/out.png"), 1, {"no/folder/out.png"}},
+        {image + " --shader " + File("missing.shader"), 1, {"missing.shader"}},
+        {image + " --shader " + File("none.shader"), 1, {"none.shader", "[Fragment shader]"}},
+        {image + " --shader " + File("bad.shader"), 1, {"bad.shader", "missing", "(4"}},
+    };
+    for (const Case& c : cases) {
+        const Outcome outcome = Run(c.arguments);
+        EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+        for (const std::string& part : c.said)
+            EXPECT_NE(outcome.errors.find(part), std::string::npos) << c.arguments << "\n" << outcome.errors;
+    }
+    EXPECT_EQ(Run("--help").status, 0);
+}
+
+} // namespace
