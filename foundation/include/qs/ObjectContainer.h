@@ -15,6 +15,7 @@
 #include <qs/Set.h>
 #include <qs/Thread.h>
 #include <qs/details/IndexRing.h>
+#include <qs/details/PagedBlock.h>
 
 namespace qs {
 
@@ -43,8 +44,8 @@ struct ObjectHandleMember
 ///
 /// Any thread may call any operation. `Get` and `IsAlive` take no lock.
 ///
-/// A slot number is the page number times the page size plus the slot within the page. Page size times page count is
-/// limited by ObjectHandle::MaxIndex.
+/// A slot number is the page number times the page size plus the slot within the page. A container has at most
+/// ObjectHandle::MaxIndex + 1 slots.
 template <class T>
 class QS_TEMPLATE_API ObjectContainer
 {
@@ -69,21 +70,14 @@ public:
     /// that lies outside the pages, with an assertion.
     T* Get(const ObjectHandle& handle) const
     {
-        if (!handle.IsValid()) {
-            return nullptr;
-        }
         const u32 index = handle.GetIndex();
-        const u32 page = GetPage(index);
-        const u32 slot = index - page * m_PageSize;
-        if (page >= m_PageCount.load(std::memory_order_acquire)) [[unlikely]] {
-            ReportBounds(index, page, slot);
-            return nullptr;
+        // An unassigned handle has salt 0, which no slot has, so it needs no test of its own here.
+        if (index < m_SlotCount.load(std::memory_order_acquire) &&
+            m_Salt[index].load(std::memory_order_relaxed) == handle.GetSalt()) [[likely]] {
+            return m_Object + index;
         }
-        if (GetSalt(page, slot).load(std::memory_order_relaxed) != handle.GetSalt()) [[unlikely]] {
-            ReportSalt(handle, page, slot);
-            return nullptr;
-        }
-        return m_Object[page] + slot;
+        ReportGet(handle);
+        return nullptr;
     }
 
     /// Like Get, except that a stale handle makes no message.
@@ -116,7 +110,7 @@ public:
     void LeaveRead() const;
 
     u32 GetPageSize() const { return m_PageSize; }
-    u32 GetPageCount() const { return m_PageCount.load(std::memory_order_acquire); }
+    u32 GetPageCount() const { return m_SlotCount.load(std::memory_order_acquire) / m_PageSize; }
     u32 GetMaxPages() const { return m_MaxPages; }
 
 private:
@@ -124,34 +118,23 @@ private:
     using Salt = std::atomic<u32>;
     static_assert(sizeof(Salt) == sizeof(u32));
 
-    // index / m_PageSize without a division: exact for all 32-bit values except a page size of 1, where the
-    // reciprocal would not fit (Lemire, Kaser, Kurz, "Faster remainder by direct computation", 2019).
-    u32 GetPage(u32 index) const
-    {
-        if (m_PageSize == 1) [[unlikely]] {
-            return index;
-        }
-        return static_cast<u32>((static_cast<unsigned __int128>(m_PageReciprocal) * index) >> 64);
-    }
-    Salt& GetSalt(u32 page, u32 slot) const { return m_Salt[page][slot]; }
-
     bool InternalAllocPage();
-    bool CheckRange(const ObjectHandle& handle, u32& page, u32& slot) const;
-    template <class Pointer>
-    static Pointer* AllocateTable(u32 count, const char* scope);
+    bool CheckRange(const ObjectHandle& handle) const;
     template <class Request, class Match>
     T* FindLiveNolock(const Request& request, Match& match) const;
     void PushFree(u32 index);
 
     static const char* GetTypeName();
     static const char* GetPageSampleName();
-    void ReportBounds(u32 index, u32 page, u32 slot) const;
-    void ReportSalt(const ObjectHandle& handle, u32 page, u32 slot) const;
+    void ReportGet(const ObjectHandle& handle) const;
+    void ReportBounds(u32 index) const;
 
     static inline u32 s_typeIndex = 0;
 
-    T** m_Object = nullptr;
-    Salt** m_Salt = nullptr;
+    // Room for all pages, taken from the address space at once and from memory page by page. So a page needs no table
+    // entry, and a slot number is an index.
+    T* m_Object;
+    Salt* m_Salt;
     u32 m_PageSize;
     details::IndexRing m_FreeIndices;
     mutable CriticalSection m_FreeLock;
@@ -160,9 +143,10 @@ private:
     mutable i32 m_LiveDepth = 0;
     PrimitiveSet<T*> m_Live;
     CriticalSection m_GrowLock;
-    std::atomic<u32> m_PageCount{0};
+    std::atomic<u32> m_SlotCount{0}; // of the pages allocated so far
     u32 m_MaxPages;
-    u64 m_PageReciprocal;
+    details::PagedBlock m_ObjectBlock;
+    details::PagedBlock m_SaltBlock;
 };
 
 } // namespace qs

@@ -9,10 +9,10 @@ namespace qs {
 
 /// One 64-bit value that names an object, copied and compared as a whole:
 ///
-///     63        56 55                 32 31                  0
-///     +-----------+---------------------+--------------------+
-///     |   type    |        index        |        salt        |
-///     +-----------+---------------------+--------------------+
+///     63                  40 39       32 31                  0
+///     +---------------------+-----------+--------------------+
+///     |        index        |   type    |        salt        |
+///     +---------------------+-----------+--------------------+
 ///
 /// Types up to MaxType, indices up to MaxIndex and all salts round-trip exactly; what lies above is cut off, and
 /// ObjectTypeManager and ObjectContainer give out nothing above. Containers count salts from 1, so Unassigned, which
@@ -27,14 +27,14 @@ public:
 
     constexpr ObjectHandle() = default;
     constexpr ObjectHandle(u32 type, u32 index, u32 salt)
-        : m_value(u64(type & MaxType) << 56 | u64(index & MaxIndex) << 32 | salt)
+        : m_value(u64(index & MaxIndex) << 40 | u64(type & MaxType) << 32 | salt)
     {
     }
     constexpr explicit ObjectHandle(u64 value) : m_value(value) {}
 
     constexpr bool IsValid() const { return m_value != 0; }
-    constexpr u32 GetType() const { return static_cast<u32>(m_value >> 56); }
-    constexpr u32 GetIndex() const { return static_cast<u32>(m_value >> 32) & MaxIndex; }
+    constexpr u32 GetType() const { return static_cast<u32>(m_value >> 32) & MaxType; }
+    constexpr u32 GetIndex() const { return static_cast<u32>(m_value >> 40); }
     constexpr u32 GetSalt() const { return static_cast<u32>(m_value); }
     constexpr u64 GetValue() const { return m_value; }
 

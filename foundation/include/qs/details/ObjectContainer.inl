@@ -7,17 +7,21 @@ namespace qs {
 
 template <class T>
 ObjectContainer<T>::ObjectContainer(u32 pageSize, u32 maxPages)
-    : m_PageSize(pageSize ? pageSize : 1), m_MaxPages(pageSize ? maxPages : 0),
-      m_PageReciprocal(~u64(0) / m_PageSize + 1)
+    : m_PageSize(pageSize ? pageSize : 1), m_MaxPages(pageSize ? maxPages : 0)
 {
-    if (u64(m_PageSize) * m_MaxPages > u64(ObjectHandle::MaxIndex) + 1) {
-        m_MaxPages = (ObjectHandle::MaxIndex + 1) / m_PageSize;
+    const u32 mostPages = (ObjectHandle::MaxIndex + 1) / m_PageSize;
+    if (m_MaxPages > mostPages) {
+        m_MaxPages = mostPages;
         QS_HEADER_ASSERT(1, "qs::ObjectContainer with page size %u is limited to %u pages", m_PageSize, m_MaxPages);
     }
-    m_Object = AllocateTable<T*>(m_MaxPages, "qs::ObjectContainer<T>::m_Object");
-    m_Salt = AllocateTable<Salt*>(m_MaxPages, "qs::ObjectContainer<T>::m_Salt");
-    if (!m_Object || !m_Salt) {
-        m_MaxPages = 0;
+    const u64 slots = u64(m_PageSize) * m_MaxPages;
+    {
+        MemoryTrackerSample sample("qs::ObjectContainer<T>::m_Object");
+        m_Object = static_cast<T*>(m_ObjectBlock.Reserve(slots * sizeof(T), alignof(T)));
+    }
+    {
+        MemoryTrackerSample sample("qs::ObjectContainer<T>::m_Salt");
+        m_Salt = static_cast<Salt*>(m_SaltBlock.Reserve(slots * sizeof(Salt), alignof(Salt)));
     }
     InternalAllocPage();
 }
@@ -26,25 +30,6 @@ template <class T>
 ObjectContainer<T>::~ObjectContainer()
 {
     DestroyAll();
-    for (u32 page = 0; page < m_MaxPages; ++page) {
-        MemoryManager::Deallocate(m_Object[page], AllocType::FreeRaw, DefaultMemoryTag, true);
-        MemoryManager::Deallocate(m_Salt[page], AllocType::FreeRaw, DefaultMemoryTag, true);
-    }
-    MemoryManager::Deallocate(m_Object, AllocType::FreeRaw, DefaultMemoryTag, true);
-    MemoryManager::Deallocate(m_Salt, AllocType::FreeRaw, DefaultMemoryTag, true);
-}
-
-template <class T>
-template <class Pointer>
-Pointer* ObjectContainer<T>::AllocateTable(u32 count, const char* scope)
-{
-    MemoryTrackerSample sample(scope);
-    const u64 size = u64(count) * sizeof(Pointer);
-    void* table = MemoryManager::Allocate(size, AllocType::Raw, DefaultMemoryTag, 0, true);
-    if (table) {
-        std::memset(table, 0, size);
-    }
-    return static_cast<Pointer*>(table);
 }
 
 // Runs in the constructor or with m_GrowLock held.
@@ -52,37 +37,31 @@ template <class T>
 bool ObjectContainer<T>::InternalAllocPage()
 {
     HProfileSample profile(GetPageSampleName());
-    const u32 page = m_PageCount.load(std::memory_order_relaxed);
-    if (page == m_MaxPages) {
+    const u32 first = m_SlotCount.load(std::memory_order_relaxed);
+    if (first / m_PageSize == m_MaxPages) {
         QS_HEADER_ASSERT(1, "qs::ObjectContainer is trying to grow, but no more free pages!!!");
         return false;
     }
-    constexpr u64 alignment = alignof(T) > 16 ? alignof(T) : 0;
-    void* objects;
-    void* salts;
+    const u32 end = first + m_PageSize;
     {
         MemoryTrackerSample sample("qs::ObjectContainer<T>::m_Object[page]");
-        objects =
-            MemoryManager::Allocate(u64(m_PageSize) * sizeof(T), AllocType::Raw, DefaultMemoryTag, alignment, true);
+        if (!m_ObjectBlock.Grow(u64(end) * sizeof(T))) {
+            return false;
+        }
     }
     {
         MemoryTrackerSample sample("qs::ObjectContainer<T>::m_Salt[page]");
-        salts = MemoryManager::Allocate(u64(m_PageSize) * sizeof(Salt), AllocType::Raw, DefaultMemoryTag, 0, true);
+        if (!m_SaltBlock.Grow(u64(end) * sizeof(Salt))) {
+            return false;
+        }
     }
-    if (!objects || !salts) {
-        MemoryManager::Deallocate(objects, AllocType::FreeRaw, DefaultMemoryTag, true);
-        MemoryManager::Deallocate(salts, AllocType::FreeRaw, DefaultMemoryTag, true);
-        return false;
+    for (u32 index = first; index < end; ++index) {
+        ::new (static_cast<void*>(m_Salt + index)) Salt(1);
     }
-    m_Object[page] = static_cast<T*>(objects);
-    m_Salt[page] = static_cast<Salt*>(salts);
-    for (u32 slot = 0; slot < m_PageSize; ++slot) {
-        ::new (static_cast<void*>(m_Salt[page] + slot)) Salt(1);
-    }
-    // Readers look at the tables only below the count.
-    m_PageCount.store(page + 1, std::memory_order_release);
-    for (u32 slot = 0; slot < m_PageSize; ++slot) {
-        PushFree(slot + m_PageSize * page);
+    // Readers look at salts and elements only below the count.
+    m_SlotCount.store(end, std::memory_order_release);
+    for (u32 index = first; index < end; ++index) {
+        PushFree(index);
     }
     return true;
 }
@@ -104,9 +83,7 @@ ObjectHandle ObjectContainer<T>::Create()
             CSLock lock(m_FreeLock);
             if (m_FreeIndices.GetCount() != 0) {
                 const u32 index = m_FreeIndices.Pop();
-                const u32 page = GetPage(index);
-                const u32 salt = GetSalt(page, index - page * m_PageSize).load(std::memory_order_relaxed);
-                return ObjectHandle(s_typeIndex, index, salt);
+                return ObjectHandle(s_typeIndex, index, m_Salt[index].load(std::memory_order_relaxed));
             }
         }
         // Another thread that grows the container makes this one try again until there are slots.
@@ -130,8 +107,7 @@ T* ObjectContainer<T>::Add(const T& value, ObjectHandle& handle)
     if (!created.IsValid()) {
         return nullptr;
     }
-    const u32 page = GetPage(created.GetIndex());
-    T* element = m_Object[page] + (created.GetIndex() - page * m_PageSize);
+    T* element = m_Object + created.GetIndex();
     ::new (static_cast<void*>(element)) T(value);
     using Member = std::remove_reference_t<decltype(ObjectHandleMember<T>::Get(*element))>;
     ObjectHandleMember<T>::Get(*element) = Member(created);
@@ -142,12 +118,10 @@ T* ObjectContainer<T>::Add(const T& value, ObjectHandle& handle)
 }
 
 template <class T>
-bool ObjectContainer<T>::CheckRange(const ObjectHandle& handle, u32& page, u32& slot) const
+bool ObjectContainer<T>::CheckRange(const ObjectHandle& handle) const
 {
-    page = GetPage(handle.GetIndex());
-    slot = handle.GetIndex() - page * m_PageSize;
-    if (page >= m_PageCount.load(std::memory_order_acquire)) [[unlikely]] {
-        ReportBounds(handle.GetIndex(), page, slot);
+    if (handle.GetIndex() >= m_SlotCount.load(std::memory_order_acquire)) [[unlikely]] {
+        ReportBounds(handle.GetIndex());
         return false;
     }
     return true;
@@ -156,28 +130,24 @@ bool ObjectContainer<T>::CheckRange(const ObjectHandle& handle, u32& page, u32& 
 template <class T>
 bool ObjectContainer<T>::IsAlive(const ObjectHandle& handle) const
 {
-    u32 page;
-    u32 slot;
-    return handle.IsValid() && CheckRange(handle, page, slot) &&
-           GetSalt(page, slot).load(std::memory_order_relaxed) == handle.GetSalt();
+    return handle.IsValid() && CheckRange(handle) &&
+           m_Salt[handle.GetIndex()].load(std::memory_order_relaxed) == handle.GetSalt();
 }
 
 template <class T>
 bool ObjectContainer<T>::Destroy(const ObjectHandle& handle)
 {
-    u32 page;
-    u32 slot;
-    if (!handle.IsValid() || !CheckRange(handle, page, slot)) {
+    if (!handle.IsValid() || !CheckRange(handle)) {
         return false;
     }
     // The exchange makes one of several threads that destroy one handle the winner.
     const u32 index = handle.GetIndex();
     u32 salt = handle.GetSalt();
-    if (!GetSalt(page, slot).compare_exchange_strong(salt, salt + 1, std::memory_order_acq_rel)) {
+    if (!m_Salt[index].compare_exchange_strong(salt, salt + 1, std::memory_order_acq_rel)) {
         return false;
     }
     EnterWrite();
-    const i64 position = m_Live.Find(m_Object[page] + slot);
+    const i64 position = m_Live.Find(m_Object + index);
     if (position >= 0) {
         m_Live.RemoveAt(static_cast<u32>(position));
     }
@@ -317,22 +287,26 @@ const char* ObjectContainer<T>::GetPageSampleName()
 }
 
 template <class T>
-QS_COLD void ObjectContainer<T>::ReportBounds(u32 index, u32 page, u32 slot) const
+QS_COLD void ObjectContainer<T>::ReportBounds(u32 index) const
 {
     QS_HEADER_ASSERT(1,
                      "Get out of bound on ObjectContainer (%s) @ index %u : \n\n* handle has index %u page %u\n* "
                      "factory has max index %u page %u",
-                     GetTypeName(), index, slot, page, m_PageSize, GetPageCount());
+                     GetTypeName(), index, index % m_PageSize, index / m_PageSize, m_PageSize, GetPageCount());
 }
 
+// Says why a Get failed; an unassigned handle is no failure.
 template <class T>
-QS_COLD void ObjectContainer<T>::ReportSalt(const ObjectHandle& handle, u32 page, u32 slot) const
+QS_COLD void ObjectContainer<T>::ReportGet(const ObjectHandle& handle) const
 {
+    if (!handle.IsValid() || !CheckRange(handle)) {
+        return;
+    }
     QS_HEADER_ASSERT(1,
                      "Salt miss on ObjectContainer (%s) @ index %u : \n\n* handle has salt %u \n* factory(real) salt "
                      "is %u",
                      GetTypeName(), handle.GetIndex(), handle.GetSalt(),
-                     GetSalt(page, slot).load(std::memory_order_relaxed));
+                     m_Salt[handle.GetIndex()].load(std::memory_order_relaxed));
 }
 
 } // namespace qs
