@@ -9,5 +9,6 @@ list(APPEND FOUNDATION_SOURCES
   src/threads/Event.cpp
   src/threads/EventVisitor.cpp
   src/threads/ThreadManager.cpp
+  src/threads/WorkerBatch.cpp
   src/threads/WorkerThread.cpp)
 list(APPEND FOUNDATION_LIBS TBB::tbb)

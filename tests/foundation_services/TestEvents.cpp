@@ -1,5 +1,8 @@
 // The event visitor in both directions, damaged records, and listeners.
 #include <cstring>
+#include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,56 +14,49 @@ using namespace qs;
 
 namespace {
 
-struct Fields
-{
-    bool flag = false;
-    ObjectHandle handle;
-    ScratchBuffer blob{32, 0};
-    int number = 0;
-    int64_t large = 0;
-    unsigned int word = 0;
-    uint64_t wide = 0;
-    unsigned short half = 0;
-    unsigned char byte = 0;
-    float real = 0.0f;
-    FixedString name;
-    FixedString empty = FixedString::Empty;
-    FixedString null;
+/// One field of every type that a visitor takes; the last two are the empty and the null string.
+using Fields = std::tuple<bool, ObjectHandle, ScratchBuffer, int, int64_t, unsigned int, uint64_t, unsigned short,
+                          unsigned char, float, FixedString, FixedString, FixedString>;
 
-    void Visit(EventVisitor& visitor)
-    {
-        visitor.Visit(flag);
-        visitor.Visit(handle);
-        visitor.Visit(blob);
-        visitor.Visit(number);
-        visitor.Visit(large);
-        visitor.Visit(word);
-        visitor.Visit(wide);
-        visitor.Visit(half);
-        visitor.Visit(byte);
-        visitor.Visit(real);
-        visitor.Visit(name);
-        visitor.Visit(empty);
-        visitor.Visit(null);
-    }
-};
+void VisitAll(EventVisitor& visitor, Fields& fields)
+{
+    std::apply([&](auto&... field) { (visitor.Visit(field), ...); }, fields);
+}
 
 Fields MakeFields(size_t blobSize)
 {
-    Fields fields;
-    fields.flag = true;
-    fields.handle = ObjectHandle(3, 70'000, 0xfffffffe);
+    ScratchBuffer blob(32, 0);
     const std::string bytes(blobSize, 'b');
-    fields.blob.Write(bytes.data(), bytes.size());
-    fields.number = INT32_MIN;
-    fields.large = INT64_MIN;
-    fields.word = 0xfffffff0;
-    fields.wide = UINT64_MAX;
-    fields.half = 0xfff1;
-    fields.byte = 0xf2;
-    fields.real = -0.5f;
-    fields.name = FixedString::Create("some name", -1);
-    return fields;
+    blob.Write(bytes.data(), bytes.size());
+    return {true,
+            ObjectHandle(3, 70'000, 0xfffffffe),
+            std::move(blob),
+            INT32_MIN,
+            INT64_MIN,
+            0xfffffff0,
+            UINT64_MAX,
+            uint16_t(0xfff1),
+            uint8_t(0xf2),
+            -0.5f,
+            FixedString::Create("some name"),
+            FixedString::Empty,
+            FixedString()};
+}
+
+bool Same(const Fields& a, const Fields& b)
+{
+    const auto same = [](const auto& x, const auto& y) {
+        if constexpr (std::is_same_v<decltype(x), const ScratchBuffer&>) {
+            return x.GetSize() == y.GetSize() && std::memcmp(x.GetReadData(), y.GetReadData(), x.GetSize()) == 0;
+        } else {
+            return x == y;
+        }
+    };
+    return [&]<size_t... I>(std::index_sequence<I...>)
+    {
+        return (same(std::get<I>(a), std::get<I>(b)) && ...);
+    }
+    (std::make_index_sequence<std::tuple_size_v<Fields>>());
 }
 
 std::vector<unsigned char> Record(Fields& fields, bool moveOut)
@@ -68,9 +64,18 @@ std::vector<unsigned char> Record(Fields& fields, bool moveOut)
     EventVisitor visitor(0);
     visitor.BeginRecording(moveOut);
     EXPECT_EQ(visitor.IsMovingOut(), moveOut);
-    fields.Visit(visitor);
+    VisitAll(visitor, fields);
     EXPECT_FALSE(visitor.HasFailed());
     return {visitor.GetRecord().begin(), visitor.GetRecord().end()};
+}
+
+// True when the record gave every field and nothing was left.
+bool Restore(const std::vector<unsigned char>& record, Fields& fields)
+{
+    EventVisitor visitor(0);
+    visitor.BeginReading(ConstByteView(record.data(), record.size()));
+    VisitAll(visitor, fields);
+    return visitor.IsComplete();
 }
 
 class TestEventManager : public EventManager, public Singleton<TestEventManager>
@@ -102,25 +107,13 @@ TEST(EventVisitor, EveryTypeGoesThroughInBothDirections)
 {
     for (const size_t blobSize : {0, 10, 5000}) { // the record stands inside the visitor, and outside it
         Fields source = MakeFields(blobSize);
-        const auto record = Record(source, false);
-        EXPECT_EQ(source.blob.GetSize(), blobSize);
-        Fields target;
-        target.blob.Write("old", 3);
-        EventVisitor visitor(0);
-        visitor.BeginReading(ConstByteView(record.data(), record.size()));
-        target.Visit(visitor);
-        EXPECT_TRUE(visitor.IsComplete());
-        EXPECT_EQ(target.handle, source.handle);
-        EXPECT_EQ(target.blob.GetSize(), blobSize);
-        EXPECT_EQ(std::memcmp(target.blob.GetReadData(), source.blob.GetReadData(), blobSize), 0);
-        EXPECT_EQ(std::tuple(target.flag, target.number, target.large, target.word, target.wide, target.half),
-                  std::tuple(source.flag, source.number, source.large, source.word, source.wide, source.half));
-        EXPECT_EQ(std::tuple(target.byte, target.real), std::tuple(source.byte, source.real));
-        EXPECT_EQ(target.name, source.name);
-        EXPECT_EQ(target.empty, FixedString::Empty);
-        EXPECT_TRUE(target.null.IsNull());
-        Record(source, true);
-        EXPECT_EQ(source.blob.GetSize(), 0u);
+        Fields target = MakeFields(3);
+        EXPECT_TRUE(Restore(Record(source, false), target));
+        EXPECT_TRUE(Same(source, target));
+        EXPECT_TRUE(std::get<12>(target).IsNull());
+        EXPECT_TRUE(Restore(Record(source, true), target));
+        EXPECT_EQ(std::get<2>(source).GetSize(), 0u) << "moved out";
+        EXPECT_EQ(std::get<2>(target).GetSize(), blobSize);
     }
 }
 
@@ -129,28 +122,19 @@ TEST(EventVisitor, DamagedRecordsGiveZerosAndAreNotReadBeyond)
     Fields source = MakeFields(10);
     const auto whole = Record(source, false);
     for (size_t size = 0; size < whole.size(); ++size) {
-        const std::vector<unsigned char> cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));
         Fields target = MakeFields(3);
-        EventVisitor visitor(0);
-        visitor.BeginReading(ConstByteView(cut.data(), cut.size()));
-        target.Visit(visitor);
-        EXPECT_TRUE(visitor.HasFailed()) << size;
-        EXPECT_TRUE(target.null.IsNull());
-        if (size < 58) {
-            EXPECT_EQ(target.real, 0.0f);
-            EXPECT_TRUE(target.name.IsNull());
-        }
+        EXPECT_FALSE(Restore({whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)}, target)) << size;
+        EXPECT_EQ(std::get<9>(target), size < 58 ? 0.0f : -0.5f) << "the float ends at byte 58";
+        EXPECT_TRUE(std::get<12>(target).IsNull());
     }
+    auto longer = whole;
+    longer.push_back(0);
+    EXPECT_FALSE(Restore(longer, source));
     // Lengths that lie, and a bool that is none.
     for (const size_t place : {size_t(0), size_t(9), size_t(16), whole.size() - 16 - 9 - 8}) {
         auto lying = whole;
-        lying[place] = 0xff;
-        lying[place + 1] = 0xff;
-        Fields target;
-        EventVisitor visitor(0);
-        visitor.BeginReading(ConstByteView(lying.data(), lying.size()));
-        target.Visit(visitor);
-        EXPECT_TRUE(visitor.HasFailed()) << place;
+        lying[place] = lying[place + 1] = 0xff;
+        EXPECT_FALSE(Restore(lying, source)) << place;
     }
     LogCapture log;
     EventVisitor idle(1000);

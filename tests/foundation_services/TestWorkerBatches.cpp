@@ -221,11 +221,15 @@ TEST(WorkerBatch, MisuseAssertsAndHangsNobody)
         Scheduler().StartBatch(batch);
         Scheduler().StartBatch(batch);
         EXPECT_EQ(log.Count(LogLevelAssertion), 3u);
-        Scheduler().AddWork(batch, [&] { Scheduler().WaitForBatch(batch, true); });
+        Scheduler().AddWork(batch, [&] {
+            Scheduler().WaitForBatch(batch, true);
+            Scheduler().UnregisterBatch(batch);
+        });
         Scheduler().AddWork(batch, [] { throw std::runtime_error("thrown by work"); });
         Scheduler().FinishBatch(batch);
         Scheduler().WaitForBatch(batch, true);
         EXPECT_TRUE(log.Contains("waits for its own batch"));
+        EXPECT_TRUE(log.Contains("unregistered by its own work"));
         EXPECT_TRUE(log.Contains("thrown by work"));
         log.Clear();
         Scheduler().StartBatch(batch); // unregistered while open

@@ -88,8 +88,9 @@ public:
 
     /// Never null. The batch is idle at first.
     WorkerThreadBatch* RegisterNewBatch(WorkerThreadBatchDesc desc);
-    /// Gives a batch back; null is accepted. A batch that is not idle asserts and is waited for. Batches that name it
-    /// as predecessor go on without it; none of them may be started at the same moment.
+    /// Gives a batch back; null is accepted. A batch that is not idle asserts and is waited for; inside its own work it
+    /// asserts and stays. Batches that name it as predecessor go on without it; none of them may be started at the same
+    /// moment.
     void UnregisterBatch(WorkerThreadBatch* batch);
 
     /// Opens the batch and lets it run as soon as its predecessors are done. A batch that is not idle asserts and goes
