@@ -1,0 +1,275 @@
+// Records segments and sums them up.
+#include "vulkan/Queries.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "common/Validation.h"
+
+namespace gleam {
+namespace {
+
+constexpr uint32_t QueriesPerPool = 128;
+
+VkQueryType QueryType(EQueryHeap heap)
+{
+    switch (heap) {
+    case EQueryHeap::Occlusion:
+        return VK_QUERY_TYPE_OCCLUSION;
+    case EQueryHeap::Statistics:
+        return VK_QUERY_TYPE_PIPELINE_STATISTICS;
+    default:
+        return VK_QUERY_TYPE_TIMESTAMP;
+    }
+}
+
+// Vulkan delivers the counters in order of their bits, which is the published order.
+constexpr VkQueryPipelineStatisticFlags AllStatistics = (1u << StatisticsCount) - 1;
+static_assert(VK_QUERY_PIPELINE_STATISTIC_COMPUTE_SHADER_INVOCATIONS_BIT == 1u << (StatisticsCount - 1));
+static_assert(sizeof(D3D11_QUERY_DATA_PIPELINE_STATISTICS) == StatisticsCount * sizeof(std::uint64_t));
+
+} // namespace
+
+QuerySegments::~QuerySegments()
+{
+    for (VkQueryPool pool : m_pools) {
+        m_gpu.vk.DestroyQueryPool(m_gpu.device, pool, nullptr);
+    }
+}
+
+void QuerySegments::GrowNolock(EQueryHeap heap)
+{
+    VkQueryPoolCreateInfo create{VK_STRUCTURE_TYPE_QUERY_POOL_CREATE_INFO};
+    create.queryType = QueryType(heap);
+    create.queryCount = QueriesPerPool;
+    create.pipelineStatistics = heap == EQueryHeap::Statistics ? AllStatistics : 0;
+    VkQueryPool pool = VK_NULL_HANDLE;
+    Check(m_gpu.vk.CreateQueryPool(m_gpu.device, &create, nullptr, &pool), "vkCreateQueryPool");
+    m_pools.push_back(pool);
+    for (uint32_t i = 0; i < QueriesPerPool; ++i) {
+        auto segment = std::make_unique<QuerySegment>();
+        segment->pool = pool;
+        segment->index = QueriesPerPool - 1 - i;
+        segment->heap = heap;
+        m_free[static_cast<std::size_t>(heap)].push_back(segment.get());
+        m_all.push_back(std::move(segment));
+    }
+}
+
+QuerySegment* QuerySegments::Acquire(EQueryHeap heap)
+{
+    std::lock_guard lock(m_mutex);
+    auto& free = m_free[static_cast<std::size_t>(heap)];
+    const std::uint64_t completed = m_gpu.CompletedSerial();
+    const auto isDone = [&](const QuerySegment* segment) { return segment->serial <= completed; };
+    auto found = std::find_if(free.rbegin(), free.rend(), isDone);
+    if (found == free.rend()) {
+        GrowNolock(heap);
+        found = free.rbegin();
+    }
+    QuerySegment* segment = *found;
+    free.erase(std::next(found).base());
+    segment->holders = 1;
+    segment->isRead = false;
+    m_gpu.vk.ResetQueryPool(m_gpu.device, segment->pool, segment->index, 1);
+    return segment;
+}
+
+void QuerySegments::AddHolder(QuerySegment* segment)
+{
+    std::lock_guard lock(m_mutex);
+    ++segment->holders;
+}
+
+void QuerySegments::Release(QuerySegment* segment)
+{
+    std::lock_guard lock(m_mutex);
+    if (--segment->holders == 0) {
+        m_free[static_cast<std::size_t>(segment->heap)].push_back(segment);
+    }
+}
+
+Query::Query(ID3D11Device* device, std::shared_ptr<QuerySegments> segments, const D3D11_QUERY_DESC& desc)
+    : DeviceChild(device), m_desc(desc), m_pool(std::move(segments))
+{
+}
+
+UINT Query::GetDataSize()
+{
+    return QueryDataSize(m_desc.Query);
+}
+
+bool Query::HasBegin() const
+{
+    return m_desc.Query != D3D11_QUERY_EVENT && m_desc.Query != D3D11_QUERY_TIMESTAMP;
+}
+
+EQueryHeap Query::Heap() const
+{
+    switch (m_desc.Query) {
+    case D3D11_QUERY_OCCLUSION:
+    case D3D11_QUERY_OCCLUSION_PREDICATE:
+        return EQueryHeap::Occlusion;
+    case D3D11_QUERY_PIPELINE_STATISTICS:
+        return EQueryHeap::Statistics;
+    default:
+        return EQueryHeap::Timestamp;
+    }
+}
+
+void Query::Restart()
+{
+    for (QuerySegment* segment : m_covered) {
+        m_pool->Release(segment);
+    }
+    m_covered.clear();
+    isEnded = false;
+}
+
+void Query::Cover(QuerySegment* segment)
+{
+    m_pool->AddHolder(segment);
+    m_covered.push_back(segment);
+}
+
+std::array<std::uint64_t, StatisticsCount> Query::Sum(Gpu& gpu)
+{
+    std::array<std::uint64_t, StatisticsCount> sum{};
+    const std::size_t count = Heap() == EQueryHeap::Statistics ? StatisticsCount : 1;
+    for (QuerySegment* segment : m_covered) {
+        if (!segment->isRead) {
+            Check(gpu.vk.GetQueryPoolResults(gpu.device, segment->pool, segment->index, 1,
+                                             count * sizeof(std::uint64_t), segment->values.data(),
+                                             count * sizeof(std::uint64_t), VK_QUERY_RESULT_64_BIT),
+                  "vkGetQueryPoolResults");
+            segment->isRead = true;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            sum[i] += segment->values[i];
+        }
+    }
+    return sum;
+}
+
+void Query::Read(Gpu& gpu, void* data, UINT size)
+{
+    switch (m_desc.Query) {
+    case D3D11_QUERY_EVENT: {
+        const BOOL done = TRUE;
+        std::memcpy(data, &done, sizeof done);
+        return;
+    }
+    case D3D11_QUERY_OCCLUSION_PREDICATE: {
+        const BOOL any = Sum(gpu)[0] != 0;
+        std::memcpy(data, &any, sizeof any);
+        return;
+    }
+    case D3D11_QUERY_TIMESTAMP_DISJOINT: {
+        D3D11_QUERY_DATA_TIMESTAMP_DISJOINT answer{};
+        answer.Frequency = static_cast<UINT64>(gpu.timestampFrequency);
+        answer.Disjoint = FALSE;
+        std::memcpy(data, &answer, sizeof answer);
+        return;
+    }
+    case D3D11_QUERY_TIMESTAMP: {
+        const std::uint64_t ticks = Sum(gpu)[0] & gpu.timestampMask;
+        std::memcpy(data, &ticks, sizeof ticks);
+        return;
+    }
+    default:
+        const auto sum = Sum(gpu);
+        std::memcpy(data, sum.data(), size);
+    }
+}
+
+void Query::Destroy()
+{
+    Restart();
+    delete this;
+}
+
+QueryRecorder::~QueryRecorder()
+{
+    for (Lane& lane : m_lanes) {
+        if (lane.running) {
+            m_segments->Release(lane.running);
+        }
+        for (Query* query : lane.active) {
+            query->RemoveUse();
+        }
+    }
+}
+
+void QueryRecorder::Start(Lane& lane, EQueryHeap heap, VkCommandBuffer commands)
+{
+    if (lane.active.empty()) {
+        return;
+    }
+    lane.running = m_segments->Acquire(heap);
+    for (Query* query : lane.active) {
+        query->Cover(lane.running);
+    }
+    const bool isPrecise = heap == EQueryHeap::Occlusion && m_gpu.features.preciseOcclusion;
+    m_gpu.vk.CmdBeginQuery(commands, lane.running->pool, lane.running->index,
+                           isPrecise ? VK_QUERY_CONTROL_PRECISE_BIT : 0);
+}
+
+void QueryRecorder::Stop(Lane& lane, VkCommandBuffer commands, std::uint64_t serial)
+{
+    if (QuerySegment* segment = std::exchange(lane.running, nullptr)) {
+        m_gpu.vk.CmdEndQuery(commands, segment->pool, segment->index);
+        segment->serial = serial;
+        m_segments->Release(segment);
+    }
+}
+
+void QueryRecorder::Begin(Query& query, VkCommandBuffer commands)
+{
+    query.Restart();
+    query.isActive = true;
+    query.AddUse();
+    Lane& lane = LaneOf(query);
+    Stop(lane, commands, m_gpu.RecordingSerial());
+    lane.active.push_back(&query);
+    Start(lane, query.Heap(), commands);
+}
+
+void QueryRecorder::End(Query& query, VkCommandBuffer commands)
+{
+    Lane& lane = LaneOf(query);
+    Stop(lane, commands, m_gpu.RecordingSerial());
+    std::erase(lane.active, &query);
+    query.isActive = false;
+    Start(lane, query.Heap(), commands);
+    query.RemoveUse();
+}
+
+void QueryRecorder::WriteTimestamp(Query& query, VkCommandBuffer commands, std::uint64_t serial)
+{
+    query.Restart();
+    QuerySegment* segment = m_segments->Acquire(EQueryHeap::Timestamp);
+    segment->serial = serial;
+    m_gpu.vk.CmdWriteTimestamp2(commands, VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT, segment->pool, segment->index);
+    query.Cover(segment);
+    m_segments->Release(segment);
+}
+
+void QueryRecorder::Resume(VkCommandBuffer commands)
+{
+    m_paused = false;
+    for (std::size_t i = 0; i < m_lanes.size(); ++i) {
+        if (!m_lanes[i].running) {
+            Start(m_lanes[i], static_cast<EQueryHeap>(i), commands);
+        }
+    }
+}
+
+void QueryRecorder::Pause(VkCommandBuffer commands, std::uint64_t serial)
+{
+    for (Lane& lane : m_lanes) {
+        Stop(lane, commands, serial);
+        m_paused |= !lane.active.empty();
+    }
+}
+
+} // namespace gleam

@@ -1,0 +1,130 @@
+// Queries. Vulkan runs one query of a kind at a time and ends it with the command buffer, while the published ones
+// overlap and span submissions. So the span between two Begin or End calls is one Vulkan query, a segment, and a
+// published query sums the segments that it covers.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "common/ComBase.h"
+#include "vulkan/Gpu.h"
+
+namespace gleam {
+
+enum class EQueryHeap : std::uint8_t
+{
+    Occlusion,
+    Statistics,
+    Timestamp,
+    Count
+};
+
+constexpr std::size_t StatisticsCount = 11;
+
+/// One Vulkan query and, once read, its values.
+struct QuerySegment
+{
+    VkQueryPool pool = VK_NULL_HANDLE;
+    uint32_t index = 0;
+    EQueryHeap heap = EQueryHeap::Timestamp;
+    uint32_t holders = 0;     ///< queries that sum it, and the recorder while it runs
+    std::uint64_t serial = 0; ///< submission that ends it
+    bool isRead = false;
+    std::array<std::uint64_t, StatisticsCount> values{};
+};
+
+/// Hands out segments. Safe from any thread, since queries may end on any.
+class QuerySegments
+{
+public:
+    explicit QuerySegments(Gpu& gpu) : m_gpu(gpu) {}
+    QuerySegments(const QuerySegments&) = delete;
+    QuerySegments& operator=(const QuerySegments&) = delete;
+    ~QuerySegments();
+
+    /// A reset segment with one holder. Throws VulkanError.
+    QuerySegment* Acquire(EQueryHeap heap);
+    void AddHolder(QuerySegment* segment);
+    void Release(QuerySegment* segment);
+
+private:
+    void GrowNolock(EQueryHeap heap);
+
+    Gpu& m_gpu;
+    std::mutex m_mutex;
+    std::vector<VkQueryPool> m_pools;
+    std::vector<std::unique_ptr<QuerySegment>> m_all;
+    std::array<std::vector<QuerySegment*>, static_cast<std::size_t>(EQueryHeap::Count)> m_free;
+};
+
+class Query final : public DeviceChild<ID3D11Query, IID_ID3D11Asynchronous, IID_ID3D11Query>
+{
+public:
+    Query(ID3D11Device* device, std::shared_ptr<QuerySegments> segments, const D3D11_QUERY_DESC& desc);
+
+    UINT STDMETHODCALLTYPE GetDataSize() override;
+    void STDMETHODCALLTYPE GetDesc(D3D11_QUERY_DESC* desc) override { *desc = m_desc; }
+
+    D3D11_QUERY Kind() const { return m_desc.Query; }
+    /// Timestamps and events have no Begin.
+    bool HasBegin() const;
+    EQueryHeap Heap() const;
+
+    // Context thread.
+    void Restart();
+    void Cover(QuerySegment* segment);
+    bool isActive = false;
+    bool isEnded = false;
+    /// The submission that has to be done for the answer.
+    std::uint64_t endSerial = 0;
+
+    /// Fills `data` with the answer. The work of `endSerial` is done. Throws VulkanError.
+    void Read(Gpu& gpu, void* data, UINT size);
+
+protected:
+    void Destroy() override;
+
+private:
+    std::array<std::uint64_t, StatisticsCount> Sum(Gpu& gpu);
+
+    const D3D11_QUERY_DESC m_desc;
+    std::shared_ptr<QuerySegments> m_pool;
+    std::vector<QuerySegment*> m_covered;
+};
+
+/// Runs the segments of one context.
+class QueryRecorder
+{
+public:
+    QueryRecorder(Gpu& gpu, std::shared_ptr<QuerySegments> segments) : m_gpu(gpu), m_segments(std::move(segments)) {}
+    ~QueryRecorder();
+
+    /// Both are recorded outside of rendering. The recorder holds active queries.
+    void Begin(Query& query, VkCommandBuffer commands);
+    void End(Query& query, VkCommandBuffer commands);
+    void WriteTimestamp(Query& query, VkCommandBuffer commands, std::uint64_t serial);
+
+    /// Whether active queries wait for a segment in this command buffer.
+    bool NeedsResume() const { return m_paused; }
+    void Resume(VkCommandBuffer commands);
+    /// Ends what runs, ahead of the end of a command buffer.
+    void Pause(VkCommandBuffer commands, std::uint64_t serial);
+
+private:
+    struct Lane
+    {
+        std::vector<Query*> active;
+        QuerySegment* running = nullptr;
+    };
+
+    Lane& LaneOf(const Query& query) { return m_lanes[static_cast<std::size_t>(query.Heap())]; }
+    void Start(Lane& lane, EQueryHeap heap, VkCommandBuffer commands);
+    void Stop(Lane& lane, VkCommandBuffer commands, std::uint64_t serial);
+
+    Gpu& m_gpu;
+    std::shared_ptr<QuerySegments> m_segments;
+    std::array<Lane, 2> m_lanes; ///< occlusion and statistics
+    bool m_paused = false;
+};
+
+} // namespace gleam
