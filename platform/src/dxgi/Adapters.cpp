@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "common/DebugOutput.h"
 #include "vulkan/Instance.h"
 
 namespace gleam {
@@ -15,7 +16,7 @@ namespace {
 std::string_view ChosenDevice()
 {
     const char* chosen = std::getenv("GLEAM_DEVICE");
-    return chosen ? chosen : "auto";
+    return chosen && *chosen ? chosen : "auto";
 }
 
 /// Device names are UTF-8 by Vulkan's rules; what is not ASCII shows as a question mark.
@@ -96,9 +97,10 @@ RankedAdapter ReadAdapter(const InstanceFunctions& vk, VkPhysicalDevice device, 
     return adapter;
 }
 
-/// Puts the device that GLEAM_DEVICE names in front of the automatic order.
-void ApplyChoice(std::string_view chosen, std::vector<RankedAdapter>& adapters)
+/// Puts the device that GLEAM_DEVICE names in front of the automatic order. False when there is no such device.
+bool ApplyChoice(std::string_view chosen, std::vector<RankedAdapter>& adapters)
 {
+    bool isFound = chosen == "auto";
     int number = -1;
     const auto parsed = std::from_chars(chosen.data(), chosen.data() + chosen.size(), number);
     const bool isNumber = parsed.ec == std::errc() && parsed.ptr == chosen.data() + chosen.size();
@@ -106,8 +108,10 @@ void ApplyChoice(std::string_view chosen, std::vector<RankedAdapter>& adapters)
         const bool isSoftware = adapter.info.desc.Flags == DXGI_ADAPTER_FLAG_SOFTWARE;
         if ((chosen == "software" && isSoftware) || (isNumber && adapter.info.vulkanIndex == number)) {
             adapter.rank = -1;
+            isFound = true;
         }
     }
+    return isFound;
 }
 
 } // namespace
@@ -134,7 +138,11 @@ std::vector<AdapterInfo> ListAdapters()
             ranked.push_back(ReadAdapter(instance->Functions(), device, static_cast<int>(ranked.size())));
         }
     }
-    ApplyChoice(chosen, ranked);
+    if (!ApplyChoice(chosen, ranked)) {
+        DebugLine("GLEAM_DEVICE: there is no device '%.*s' among %zu; use auto, software, null or a device number",
+                  static_cast<int>(chosen.size()), chosen.data(), ranked.size());
+        return {};
+    }
     std::ranges::stable_sort(ranked, {}, &RankedAdapter::rank);
     std::vector<AdapterInfo> adapters;
     for (const RankedAdapter& adapter : ranked) {

@@ -19,8 +19,8 @@ struct AdapterInfo
 constexpr int NullDeviceIndex = -1;
 
 /// All adapters, the one that D3D11CreateDevice takes without being told first: GLEAM_DEVICE rules the order.
-/// With GLEAM_DEVICE=null the only one is the null device. Empty on a machine without Vulkan. Callable from any
-/// thread.
+/// With GLEAM_DEVICE=null the only one is the null device. Empty on a machine without Vulkan, and, after one
+/// debug line, when GLEAM_DEVICE names a device that is not there. Callable from any thread.
 std::vector<AdapterInfo> ListAdapters();
 
 /// The one adapter of GLEAM_DEVICE=null.
