@@ -95,10 +95,10 @@ public:
     /// Handle of the `index`-th live texture; past the end asserts and gives `TEXTURE_NONE`.
     qs::ObjectHandle GetTextureHandleById(unsigned short index) const;
     /// Files views under an owner; the views then belong to that owner.
-    void AddSRV(const SRV& srv, qs::ObjectHandle owner) { m_srvs.Add(srv, owner); }
-    SRV* GetSRV(qs::ObjectHandle owner, gw::ESRVPrefer = gw::eSRVPrefer_Default) const { return m_srvs.Find(owner); }
+    void AddSRV(const SRV& srv, qs::ObjectHandle owner);
+    SRV* GetSRV(qs::ObjectHandle owner, gw::ESRVPrefer = gw::eSRVPrefer_Default) const;
     /// Drops the entry, not the views.
-    void RemoveSRV(qs::ObjectHandle owner) { m_srvs.Remove(owner); }
+    void RemoveSRV(qs::ObjectHandle owner);
     /// Releases the record's device references and nulls them.
     void ClearTexture(Texture& texture);
     /// Releases the views; `texture` tells how many slice views there are.

@@ -320,6 +320,21 @@ void D3D11Renderer::CreateTextureViews(gw::ETextureUsageFlag usage, Texture* tex
     }
 }
 
+void D3D11Renderer::AddSRV(const SRV& srv, qs::ObjectHandle owner)
+{
+    m_srvs.Add(srv, owner);
+}
+
+SRV* D3D11Renderer::GetSRV(qs::ObjectHandle owner, gw::ESRVPrefer) const
+{
+    return m_srvs.Find(owner);
+}
+
+void D3D11Renderer::RemoveSRV(qs::ObjectHandle owner)
+{
+    m_srvs.Remove(owner);
+}
+
 SRV D3D11Renderer::CreateShaderViews(unsigned usage, const Texture& texture, DxgiFormat viewFormat,
                                      DxgiFormat stencilViewFormat)
 {
