@@ -198,6 +198,8 @@ private:
         const std::size_t close = ClosingBracket(m_tokens, arguments);
         if (At(arguments + 1).Is("unorm") || At(arguments + 1).Is("snorm"))
             m_facts.normalized[variable] = At(arguments + 1).text[0];
+        if (At(type).Is("ConsumeStructuredBuffer"))
+            m_facts.consumed.insert(variable);
         if (!At(type).text.starts_with("Texture2DMS") || !At(close - 2).Is(","))
             return;
         const std::string_view count = At(close - 1).text;

@@ -114,6 +114,8 @@ void ApplyResourceFacts(HlslResource& resource, const HlslFacts& facts)
         info.sampleCount = count->second;
     if (const auto kind = facts.normalized.find(info.binding.name); kind != facts.normalized.end())
         info.binding.returnType = kind->second == 'u' ? D3D_RETURN_TYPE_UNORM : D3D_RETURN_TYPE_SNORM;
+    if (facts.consumed.contains(info.binding.name))
+        info.type = D3D_SIT_UAV_CONSUME_STRUCTURED;
     info.binding.name = facts.Restore(info.binding.name);
     resource.counterOf = facts.Restore(resource.counterOf);
     if (resource.buffer)

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,7 @@ struct HlslFacts
     std::map<std::string, std::string, std::less<>> semantics; ///< name in capitals to the text's spelling
     std::map<std::string, unsigned, std::less<>> sampleCounts; ///< Texture2DMS<T, n> by variable
     std::map<std::string, char, std::less<>> normalized;       ///< 'u' or 's' for unorm and snorm by variable
+    std::set<std::string, std::less<>> consumed;               ///< variables of type ConsumeStructuredBuffer
     std::vector<std::string> defaults; ///< constants with an initial value; the helper of number i is DefaultHelper(i)
 
     /// The text's own name for one that may have been changed.

@@ -7,6 +7,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <map>
 
 #include "shader/HlslTree.h"
 
@@ -222,18 +223,35 @@ void AddRows(const std::vector<SignatureRun>& runs, EShaderStage stage, bool isI
     }
 }
 
+/// Parameter that a variable "parameter.member" or "parameter[i]" belongs to.
+std::string ParameterOf(const glslang::TIntermSymbol& symbol)
+{
+    const glslang::TString& name = symbol.getName();
+    return std::string(name.c_str(), std::min(name.find_first_of(".["), name.size()));
+}
+
+/// The list has parameters in their order, but built-in values first within each. Ids ascend with the members of one
+/// parameter. Clip and cull distances are gathered into arrays of their own with later ids, and so come last.
+std::vector<const glslang::TIntermSymbol*>
+InOrderOfDeclaration(const std::vector<const glslang::TIntermSymbol*>& symbols)
+{
+    std::map<std::string, std::size_t> places;
+    for (const glslang::TIntermSymbol* symbol : symbols)
+        places.emplace(ParameterOf(*symbol), places.size());
+    auto ordered = symbols;
+    std::stable_sort(ordered.begin(), ordered.end(), [&](const auto* a, const auto* b) {
+        return std::pair{places[ParameterOf(*a)], a->getId()} < std::pair{places[ParameterOf(*b)], b->getId()};
+    });
+    return ordered;
+}
+
 } // namespace
 
 void DescribeSignatures(const std::vector<const glslang::TIntermSymbol*>& symbols, ShaderInfo& info)
 {
     if (info.stage == EShaderStage::Compute)
         return;
-    // Symbol ids ascend with declaration, while the list puts built-in values first. Clip and cull distances are
-    // gathered into arrays of their own with later ids, and so come last.
-    auto ordered = symbols;
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const auto* a, const auto* b) { return a->getId() < b->getId(); });
-
+    const auto ordered = InOrderOfDeclaration(symbols);
     std::vector<SignatureRun> inputs, outputs, patches;
     for (const glslang::TIntermSymbol* symbol : ordered) {
         const glslang::TQualifier& qualifier = symbol->getQualifier();

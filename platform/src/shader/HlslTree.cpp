@@ -319,7 +319,7 @@ void DescribeExecution(const glslang::TIntermediate& tree, ShaderInfo& info)
         break;
     case EShaderStage::Hull:
         info.controlPoints = static_cast<std::uint32_t>(std::max(tree.getVertices(), 0));
-        info.tessellatorDomain = Domain(tree.getInputPrimitive());
+        info.tessellatorDomain = Domain(tree.getOutputPrimitive());
         info.hullPartitioning = Partitioning(tree.getVertexSpacing());
         info.hullOutput = HullOutput(tree);
         break;

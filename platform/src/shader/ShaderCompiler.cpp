@@ -234,11 +234,12 @@ CompileResult Compile(const CompileRequest& request)
     Parse(module, program.spirv);
     LayOutBuffers(module, program);
     ApplyDefaults(facts, program);
-    MakeVertexNumbersRelative(module);
+    ConnectCoverageInput(module);
     std::vector<std::uint32_t> words = module.Words();
     Optimize(words, request.flags);
 
     Parse(module, words);
+    MakeVertexNumbersRelative(module);
     const std::vector<VariableUse> uses = FindVariableUses(module);
     FormatImages(module, uses, program);
     std::string error;

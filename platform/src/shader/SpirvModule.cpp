@@ -106,4 +106,29 @@ std::size_t SpirvModule::AnnotationsEnd() const
     return static_cast<std::size_t>(found - m_instructions.begin());
 }
 
+std::uint32_t SpirvModule::Declare(spv::Op op, std::vector<std::uint32_t> operands, std::size_t resultIndex)
+{
+    const auto result = static_cast<std::ptrdiff_t>(resultIndex);
+    for (const SpirvInstruction& known : m_instructions) {
+        if (known.op == spv::Op::OpFunction)
+            break;
+        if (known.op != op || known.operands.size() != operands.size() + 1)
+            continue;
+        if (std::equal(operands.begin(), operands.begin() + result, known.operands.begin()) &&
+            std::equal(operands.begin() + result, operands.end(), known.operands.begin() + result + 1))
+            return known.operands[resultIndex];
+    }
+    const std::uint32_t id = NewId();
+    operands.insert(operands.begin() + result, id);
+    AddGlobal({op, std::move(operands)});
+    return id;
+}
+
+void SpirvModule::AddGlobal(SpirvInstruction instruction)
+{
+    m_instructions.insert(m_instructions.begin() + static_cast<std::ptrdiff_t>(FirstFunction()),
+                          std::move(instruction));
+    Invalidate();
+}
+
 } // namespace gleam

@@ -24,6 +24,11 @@ struct SpirvInstruction
     std::uint32_t ResultId() const; ///< 0 without a result
 };
 
+constexpr std::uint32_t Word(auto enumerator)
+{
+    return static_cast<std::uint32_t>(enumerator);
+}
+
 /// Instructions in order of the module. Edits may insert and erase at any place; ids come from NewId.
 class SpirvModule
 {
@@ -52,6 +57,12 @@ public:
     std::size_t FirstFunction() const;
     /// Position behind the last instruction of the annotations.
     std::size_t AnnotationsEnd() const;
+
+    /// Id of the type or constant with these operands but for its result id, which stands at `resultIndex`; made
+    /// behind the other globals when there is none. Inserts instructions.
+    std::uint32_t Declare(spv::Op op, std::vector<std::uint32_t> operands, std::size_t resultIndex = 0);
+    /// Puts instructions behind the other globals.
+    void AddGlobal(SpirvInstruction instruction);
 
 private:
     std::vector<std::uint32_t> m_header;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <string>
 
 namespace gleam {
 namespace {
@@ -12,19 +13,22 @@ SpirvInstruction Make(spv::Op op, std::vector<std::uint32_t> operands)
     return {op, std::move(operands)};
 }
 
-std::uint32_t Word(auto enumerator)
-{
-    return static_cast<std::uint32_t>(enumerator);
-}
-
 /// Input variable with the given built-in, or 0.
-std::uint32_t FindBuiltIn(const SpirvModule& module, spv::BuiltIn builtIn)
+std::uint32_t FindInput(SpirvModule& module, spv::BuiltIn builtIn)
 {
     for (const SpirvInstruction& instruction : module.Instructions())
-        if (instruction.op == spv::Op::OpDecorate && instruction.operands.size() == 3 &&
-            instruction.operands[1] == Word(spv::Decoration::BuiltIn) && instruction.operands[2] == Word(builtIn))
-            return instruction.operands[0];
+        if (instruction.op == spv::Op::OpVariable && instruction.operands[2] == Word(spv::StorageClass::Input) &&
+            module.Decoration(instruction.operands[1], spv::Decoration::BuiltIn) == Word(builtIn))
+            return instruction.operands[1];
     return 0;
+}
+
+/// Whether an access chain or a load starts at the variable.
+bool IsUsedByCode(const SpirvModule& module, std::uint32_t variable)
+{
+    return std::any_of(module.Instructions().begin(), module.Instructions().end(), [variable](const auto& i) {
+        return (i.op == spv::Op::OpAccessChain || i.op == spv::Op::OpLoad) && i.operands[2] == variable;
+    });
 }
 
 void AddCapability(SpirvModule& module, spv::Capability capability)
@@ -41,6 +45,16 @@ void AddToInterface(SpirvModule& module, std::uint32_t variable)
     for (SpirvInstruction& instruction : module.Instructions())
         if (instruction.op == spv::Op::OpEntryPoint)
             instruction.operands.push_back(variable);
+}
+
+std::string NameOf(const SpirvModule& module, std::uint32_t id)
+{
+    for (const SpirvInstruction& instruction : module.Instructions()) {
+        const bool isName = instruction.op == spv::Op::OpName && instruction.operands[0] == id;
+        if (isName && instruction.operands.size() > 1)
+            return reinterpret_cast<const char*>(&instruction.operands[1]);
+    }
+    return {};
 }
 
 /// A new input variable of the same type as `like`, decorated with a built-in.
@@ -79,16 +93,10 @@ void SubtractAtLoads(SpirvModule& module, std::uint32_t variable, std::uint32_t 
     module.Instructions() = std::move(changed);
 }
 
-bool IsLoaded(const SpirvModule& module, std::uint32_t variable)
-{
-    return std::any_of(module.Instructions().begin(), module.Instructions().end(),
-                       [variable](const auto& i) { return i.op == spv::Op::OpLoad && i.operands[2] == variable; });
-}
-
 void MakeRelative(SpirvModule& module, spv::BuiltIn index, spv::BuiltIn base)
 {
-    const std::uint32_t variable = FindBuiltIn(module, index);
-    if (variable == 0 || !IsLoaded(module, variable))
+    const std::uint32_t variable = FindInput(module, index);
+    if (variable == 0 || !IsUsedByCode(module, variable))
         return;
     const std::uint32_t baseVariable = AddBuiltIn(module, variable, base);
     SubtractAtLoads(module, variable, baseVariable);
@@ -105,93 +113,56 @@ public:
     void Retype(std::uint32_t variable, spv::ImageFormat format)
     {
         const std::uint32_t pointer = m_module.Find(variable)->operands[0];
-        m_pointers[variable] = CloneTypes(pointer, format);
+        const std::uint32_t pointee = m_module.Find(pointer)->operands[2];
+        const SpirvInstruction type = *m_module.Find(pointee);
+        const bool isArray = type.op == spv::Op::OpTypeArray;
+        std::uint32_t value = CloneImage(isArray ? type.operands[1] : pointee, format);
+        if (isArray) {
+            m_elementPointers[variable] = Pointer(value);
+            value = m_module.Declare(type.op, {value, type.operands[2]});
+        }
+        m_pointers[variable] = Pointer(value);
     }
 
-    /// Puts the new types in front of the variables and follows them through loads and access chains.
+    /// Moves the variables behind their new types and follows them through access chains and loads.
     void Apply()
     {
         if (m_pointers.empty())
             return;
+        std::erase_if(m_module.Instructions(), [this](const SpirvInstruction& i) {
+            return i.op == spv::Op::OpVariable && m_pointers.contains(i.operands[1]);
+        });
+        for (const auto& [variable, pointer] : m_pointers)
+            m_module.AddGlobal(
+                Make(spv::Op::OpVariable, {pointer, variable, Word(spv::StorageClass::UniformConstant)}));
+
         std::map<std::uint32_t, std::uint32_t> pointerTypes = m_pointers;
-        std::vector<SpirvInstruction> changed;
-        bool typesPlaced = false;
         for (SpirvInstruction& instruction : m_module.Instructions()) {
             auto& operands = instruction.operands;
-            if (instruction.op == spv::Op::OpVariable && m_pointers.contains(operands[1])) {
-                if (!typesPlaced)
-                    std::move(m_newTypes.begin(), m_newTypes.end(), std::back_inserter(changed));
-                typesPlaced = true;
-                operands[0] = m_pointers[operands[1]];
-            } else if (instruction.op == spv::Op::OpAccessChain && pointerTypes.contains(operands[2])) {
-                operands[0] = m_elementPointer[pointerTypes[operands[2]]];
-                pointerTypes[operands[1]] = operands[0];
-            } else if (instruction.op == spv::Op::OpLoad && pointerTypes.contains(operands[2])) {
-                operands[0] = m_pointee[pointerTypes[operands[2]]];
-            }
-            changed.push_back(std::move(instruction));
+            if (instruction.op == spv::Op::OpAccessChain && m_elementPointers.contains(operands[2]))
+                pointerTypes[operands[1]] = operands[0] = m_elementPointers[operands[2]];
+            else if (instruction.op == spv::Op::OpLoad && pointerTypes.contains(operands[2]))
+                operands[0] = m_module.Find(pointerTypes[operands[2]])->operands[2];
         }
-        m_module.Instructions() = std::move(changed);
-        m_module.Invalidate();
     }
 
 private:
-    /// A pointer type like `pointer` whose image, or array of images, has the format. Arrays get a second pointer
-    /// type for their elements.
-    std::uint32_t CloneTypes(std::uint32_t pointer, spv::ImageFormat format)
+    std::uint32_t CloneImage(std::uint32_t image, spv::ImageFormat format)
     {
-        const auto key = std::pair{pointer, format};
-        if (const auto known = m_clones.find(key); known != m_clones.end())
-            return known->second;
-        const SpirvInstruction pointerType = *m_module.Find(pointer);
-        const SpirvInstruction pointee = *m_module.Find(pointerType.operands[2]);
-        const bool isArray = pointee.op == spv::Op::OpTypeArray;
-        SpirvInstruction image = isArray ? *m_module.Find(pointee.operands[1]) : pointee;
-        image.operands[7] = Word(format);
-        std::uint32_t value = CloneImage(std::move(image));
-        const std::uint32_t element = isArray ? AddPointer(value) : 0;
-        if (isArray)
-            value = Add(pointee.op, {0, value, pointee.operands[2]});
-        const std::uint32_t clone = AddPointer(value);
-        m_elementPointer[clone] = element;
-        return m_clones[key] = clone;
+        std::vector<std::uint32_t> shape = m_module.Find(image)->operands;
+        shape.erase(shape.begin());
+        shape[6] = Word(format);
+        return m_module.Declare(spv::Op::OpTypeImage, std::move(shape));
     }
 
-    /// Image types may not be declared twice.
-    std::uint32_t CloneImage(SpirvInstruction image)
+    std::uint32_t Pointer(std::uint32_t pointee)
     {
-        const std::vector<std::uint32_t> shape(image.operands.begin() + 1, image.operands.end());
-        const auto known = m_images.find(shape);
-        return known != m_images.end() ? known->second : m_images[shape] = Add(image.op, image.operands);
-    }
-
-    std::uint32_t AddPointer(std::uint32_t pointee)
-    {
-        const auto known = m_pointerTo.find(pointee);
-        if (known != m_pointerTo.end())
-            return known->second;
-        const std::uint32_t id = Add(spv::Op::OpTypePointer, {0, Word(spv::StorageClass::UniformConstant), pointee});
-        m_pointee[id] = pointee;
-        return m_pointerTo[pointee] = id;
-    }
-
-    /// `operands[0]` is replaced by the new id.
-    std::uint32_t Add(spv::Op op, std::vector<std::uint32_t> operands)
-    {
-        operands[0] = m_module.NewId();
-        const std::uint32_t id = operands[0];
-        m_newTypes.push_back(Make(op, std::move(operands)));
-        return id;
+        return m_module.Declare(spv::Op::OpTypePointer, {Word(spv::StorageClass::UniformConstant), pointee});
     }
 
     SpirvModule& m_module;
-    std::map<std::uint32_t, std::uint32_t> m_pointers; ///< variable to its new pointer type
-    std::map<std::pair<std::uint32_t, spv::ImageFormat>, std::uint32_t> m_clones;
-    std::map<std::vector<std::uint32_t>, std::uint32_t> m_images;
-    std::map<std::uint32_t, std::uint32_t> m_pointerTo;
-    std::map<std::uint32_t, std::uint32_t> m_pointee;
-    std::map<std::uint32_t, std::uint32_t> m_elementPointer;
-    std::vector<SpirvInstruction> m_newTypes;
+    std::map<std::uint32_t, std::uint32_t> m_pointers;        ///< variable to its new type
+    std::map<std::uint32_t, std::uint32_t> m_elementPointers; ///< variable of an array to its elements' pointer type
 };
 
 /// The image type behind a variable of one image or an array of them, or null.
@@ -221,6 +192,35 @@ void RemoveCapability(SpirvModule& module, spv::Capability capability)
 }
 
 } // namespace
+
+void ConnectCoverageInput(SpirvModule& module)
+{
+    const std::uint32_t input = FindInput(module, spv::BuiltIn::SampleMask);
+    if (input == 0 || IsUsedByCode(module, input))
+        return;
+    auto& code = module.Instructions();
+    const std::string name = NameOf(module, input);
+    const auto local = std::find_if(code.begin() + static_cast<std::ptrdiff_t>(module.FirstFunction()), code.end(),
+                                    [&](const SpirvInstruction& i) {
+                                        return i.op == spv::Op::OpVariable && NameOf(module, i.operands[1]) == name;
+                                    });
+    if (local == code.end())
+        return;
+    const std::uint32_t variable = local->operands[1];
+    const std::uint32_t value = module.Find(local->operands[0])->operands[2];
+    const std::uint32_t index = module.Declare(spv::Op::OpConstant, {value, 0}, 1);
+    const std::uint32_t pointer = module.Declare(spv::Op::OpTypePointer, {Word(spv::StorageClass::Input), value});
+    const std::uint32_t element = module.NewId();
+    const std::uint32_t loaded = module.NewId();
+
+    auto at = std::find_if(code.begin(), code.end(), [variable](const SpirvInstruction& i) {
+        return i.op == spv::Op::OpVariable && i.operands[1] == variable;
+    });
+    at = std::find_if(at, code.end(), [](const SpirvInstruction& i) { return i.op != spv::Op::OpVariable; });
+    code.insert(at, {Make(spv::Op::OpAccessChain, {pointer, element, input, index}),
+                     Make(spv::Op::OpLoad, {value, loaded, element}), Make(spv::Op::OpStore, {variable, loaded})});
+    module.Invalidate();
+}
 
 void MakeVertexNumbersRelative(SpirvModule& module)
 {

@@ -7,6 +7,10 @@
 
 namespace gleam {
 
+/// glslang forgets to read a coverage mask that is a parameter of its own rather than a member of a structure: fills
+/// the parameter. For modules as generated, whose variables still have their names.
+void ConnectCoverageInput(SpirvModule& module);
+
 /// SV_VertexID and SV_InstanceID count from 0 in every draw, while Vulkan's indices include the draw's first vertex
 /// and first instance: subtracts them wherever the code loads the indices.
 void MakeVertexNumbersRelative(SpirvModule& module);

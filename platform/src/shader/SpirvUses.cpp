@@ -52,13 +52,13 @@ private:
         if (!use || use->id != operands[2])
             return;
         const auto index = operands.size() > 3 ? ConstantValue(m_module, operands[3]) : std::nullopt;
-        if (index) {
+        if (index)
             use->members.insert(*index);
-            use->components |= static_cast<std::uint8_t>(*index < 4 ? 1u << *index : 0);
-        } else {
+        else
             use->isWholeUsed = true;
-            use->components = 15;
-        }
+        // Only a vector's first index is a component; in an array of them it is a vertex or an element.
+        const bool isComponent = index && *index < 4 && IsVector(operands[2]);
+        use->components |= static_cast<std::uint8_t>(isComponent ? 1u << *index : 15u);
     }
 
     void Load(const SpirvInstruction& instruction)
@@ -101,6 +101,13 @@ private:
             base += width;
         }
         return handled;
+    }
+
+    bool IsVector(std::uint32_t variable)
+    {
+        const SpirvInstruction* pointer = m_module.Find(m_module.Find(variable)->operands[0]);
+        const SpirvInstruction* type = pointer ? m_module.Find(pointer->operands[2]) : nullptr;
+        return type && type->op == spv::Op::OpTypeVector;
     }
 
     std::uint32_t VectorWidth(std::uint32_t value)

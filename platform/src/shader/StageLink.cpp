@@ -16,11 +16,6 @@
 namespace gleam {
 namespace {
 
-std::uint32_t Word(auto enumerator)
-{
-    return static_cast<std::uint32_t>(enumerator);
-}
-
 bool SameSemantic(const SignatureElement& a, const SignatureElement& b)
 {
     return a.semanticIndex == b.semanticIndex &&
