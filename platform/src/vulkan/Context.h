@@ -449,6 +449,8 @@ private:
     void MarkHostRead(Resource& resource);
 
     // --- ContextTexture
+    void BlitChain(Texture& texture, const SubresourceRange& range);
+    void BlitChainAs(Texture& texture, const SubresourceRange& range, DXGI_FORMAT format);
     void ClearUnordered(ID3D11UnorderedAccessView* view, const UINT* words, const FLOAT* floats);
     void FillBufferView(UnorderedAccessView& view, const std::byte* texel, UINT texelBytes);
     void FillTextureView(UnorderedAccessView& view, const std::byte* texel, UINT texelBytes);

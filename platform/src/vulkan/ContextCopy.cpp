@@ -204,7 +204,7 @@ void Context::CopyRegion(Resource& target, UINT targetSubresource, UINT x, UINT 
         CopyImageToStaging(to, targetSubresource, x, y, z, from, sourceSubresource, region);
     } else if (from.IsStaging()) {
         CopyStagingToImage(to, targetSubresource, x, y, z, from, sourceSubresource, region);
-    } else if (to.Aspects() != from.Aspects() || &to == &from || to.Format().blockWidth != from.Format().blockWidth) {
+    } else if (to.Aspects() != from.Aspects() || to.Format().blockWidth != from.Format().blockWidth) {
         CopyImageThroughBuffer(to, targetSubresource, x, y, z, from, sourceSubresource, region);
     } else {
         CopyImages(to, targetSubresource, x, y, z, from, sourceSubresource, region);
@@ -253,8 +253,8 @@ void Context::CopyImages(Texture& target, UINT targetSubresource, UINT x, UINT y
                       VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &copy);
 }
 
-// Vulkan copies neither between depth and colour, nor within one subresource, nor between compressed and plain texels
-// in the same box. The bytes take a turn through a buffer.
+// Vulkan copies neither between depth and colour, nor between compressed and plain texels in boxes of other sizes. The
+// bytes take a turn through a buffer.
 void Context::CopyImageThroughBuffer(Texture& target, UINT targetSubresource, UINT x, UINT y, UINT z, Texture& source,
                                      UINT sourceSubresource, const CopyBox& region)
 {

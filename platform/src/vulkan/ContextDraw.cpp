@@ -242,7 +242,7 @@ void Context::UpdateRasterizer()
     const VkCommandBuffer commands = m_stream.Main();
     const RasterizerState* state = m_state.rasterizer;
     const D3D11_RASTERIZER_DESC& desc = state ? state->desc : DefaultRasterizer;
-    m_vk.CmdSetCullMode(commands, state ? state->CullMode() : VK_CULL_MODE_BACK_BIT);
+    m_vk.CmdSetCullMode(commands, state ? state->CullMode() : VkCullModeFlags(VK_CULL_MODE_BACK_BIT));
     m_vk.CmdSetFrontFace(commands,
                          desc.FrontCounterClockwise ? VK_FRONT_FACE_COUNTER_CLOCKWISE : VK_FRONT_FACE_CLOCKWISE);
     const bool hasBias = desc.DepthBias != 0 || desc.SlopeScaledDepthBias != 0;

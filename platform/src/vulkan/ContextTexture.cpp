@@ -14,29 +14,77 @@ void Context::GenerateMips(ID3D11ShaderResourceView* object)
         return;
     }
     Texture& texture = view->resource.AsTexture();
-    const SubresourceRange& range = view->range;
+    const auto viewFormat = static_cast<VkFormat>(GetFormatInfo(view->desc.Format).vkFormat);
     try {
         FlushClearsOf(texture);
-        for (uint32_t mip = range.firstMip + 1; mip < range.firstMip + range.mipCount; ++mip) {
-            UseTexture(texture, {mip - 1, 1, range.firstLayer, range.layerCount}, access::CopyRead);
-            UseTexture(texture, {mip, 1, range.firstLayer, range.layerCount}, access::CopyWrite);
-            const VkExtent3D from = texture.MipSize(mip - 1);
-            const VkExtent3D to = texture.MipSize(mip);
-            VkImageBlit blit{};
-            blit.srcSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, mip - 1, range.firstLayer, range.layerCount};
-            blit.dstSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, mip, range.firstLayer, range.layerCount};
-            blit.srcOffsets[1] = {static_cast<int32_t>(from.width), static_cast<int32_t>(from.height),
-                                  static_cast<int32_t>(from.depth)};
-            blit.dstOffsets[1] = {static_cast<int32_t>(to.width), static_cast<int32_t>(to.height),
-                                  static_cast<int32_t>(to.depth)};
-            m_vk.CmdBlitImage(OutsidePass(), texture.image, VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, texture.image,
-                              VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &blit, VK_FILTER_LINEAR);
+        if (viewFormat == texture.ImageFormat()) {
+            BlitChain(texture, view->range);
+        } else {
+            BlitChainAs(texture, view->range, view->desc.Format);
         }
-        texture.lastWrite = m_stream.Serial();
         m_dirty |= DirtyHazards;
     } catch (const VulkanError& error) {
         m_gpu.Report(error, "ID3D11DeviceContext::GenerateMips");
     }
+}
+
+void Context::BlitChain(Texture& texture, const SubresourceRange& range)
+{
+    for (uint32_t mip = range.firstMip + 1; mip < range.firstMip + range.mipCount; ++mip) {
+        UseTexture(texture, {mip - 1, 1, range.firstLayer, range.layerCount}, access::CopyRead);
+        UseTexture(texture, {mip, 1, range.firstLayer, range.layerCount}, access::CopyWrite);
+        const VkExtent3D from = texture.MipSize(mip - 1);
+        const VkExtent3D to = texture.MipSize(mip);
+        VkImageBlit blit{};
+        blit.srcSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, mip - 1, range.firstLayer, range.layerCount};
+        blit.dstSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, mip, range.firstLayer, range.layerCount};
+        blit.srcOffsets[1] = {static_cast<int32_t>(from.width), static_cast<int32_t>(from.height),
+                              static_cast<int32_t>(from.depth)};
+        blit.dstOffsets[1] = {static_cast<int32_t>(to.width), static_cast<int32_t>(to.height),
+                              static_cast<int32_t>(to.depth)};
+        m_vk.CmdBlitImage(OutsidePass(), texture.image, VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, texture.image,
+                          VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &blit, VK_FILTER_LINEAR);
+    }
+    texture.lastWrite = m_stream.Serial();
+}
+
+// A blit filters in the format of the image. For a view of another format, which matters between sRGB and linear ones,
+// the chain is made in a texture of the view's format and copied back.
+void Context::BlitChainAs(Texture& texture, const SubresourceRange& range, DXGI_FORMAT format)
+{
+    if (texture.info.dimension != D3D11_RESOURCE_DIMENSION_TEXTURE2D) {
+        Refuse(E_INVALIDARG, "ID3D11DeviceContext::GenerateMips",
+               "views of another format than the texture's are for 2D textures");
+        return;
+    }
+    D3D11_TEXTURE2D_DESC desc{};
+    desc.Width = texture.MipSize(range.firstMip).width;
+    desc.Height = texture.MipSize(range.firstMip).height;
+    desc.MipLevels = range.mipCount;
+    desc.ArraySize = range.layerCount;
+    desc.Format = format;
+    desc.SampleDesc.Count = 1;
+    desc.BindFlags = D3D11_BIND_SHADER_RESOURCE;
+    ComPtr<ID3D11Texture2D> object;
+    if (FAILED(m_owner.CreateTexture2D(&desc, nullptr, object.Put()))) {
+        return;
+    }
+    Texture& chain = ResourceOf(object.Get())->AsTexture();
+    const auto copyMips = [&](uint32_t first, bool back) {
+        for (uint32_t mip = first; mip < (back ? range.mipCount : 1); ++mip) {
+            for (uint32_t layer = 0; layer < range.layerCount; ++layer) {
+                const UINT there = mip + layer * range.mipCount;
+                const UINT here = range.firstMip + mip + (range.firstLayer + layer) * texture.info.mipLevels;
+                const VkExtent3D size = chain.MipSize(mip);
+                const CopyBox box{0, 0, 0, size.width, size.height, 1};
+                back ? CopyImages(texture, here, 0, 0, 0, chain, there, box)
+                     : CopyImages(chain, there, 0, 0, 0, texture, here, box);
+            }
+        }
+    };
+    copyMips(0, false);
+    BlitChain(chain, {0, range.mipCount, 0, range.layerCount});
+    copyMips(1, true);
 }
 
 void Context::ResolveSubresource(ID3D11Resource* targetObject, UINT targetSubresource, ID3D11Resource* sourceObject,
