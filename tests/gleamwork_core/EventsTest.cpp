@@ -2,8 +2,8 @@
 #include "Gleamwork/APIEventManager.h"
 #include "Gleamwork/WindowEventManager.h"
 
-#include <gtest/gtest.h>
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <qs/Log.h>
 #include <string>
