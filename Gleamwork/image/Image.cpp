@@ -2,6 +2,7 @@
 #include "Gleamwork/image/Image.h"
 
 #include "Gleamwork/image/ImageUtils.h"
+#include "Gleamwork/image/SaturatedMath.h"
 #include "Gleamwork/image/win32/ImageReader.h"
 
 #include <algorithm>
@@ -208,7 +209,8 @@ qs::MemView<unsigned char> Image::Create(EFormat newFormat, int64_t newWidth, in
     arraySize = newArraySize;
     nativeFormat = 0xffffffff;
     tileMode = 0xffffffff;
-    m_buffer.Alloc(image::CalculateMipMapSize(*this, 0, mipCount, format) * static_cast<uint64_t>(arraySize), 0);
+    const uint64_t elementSize = image::CalculateMipMapSize(*this, 0, mipCount, format);
+    m_buffer.Alloc(image::details::MultiplySaturated(elementSize, static_cast<uint64_t>(arraySize)), 0);
     return qs::MemView<unsigned char>(m_buffer.GetUBytes(), m_buffer.GetSize());
 }
 

@@ -1,26 +1,16 @@
 // Arithmetic of mip chains, and format replacement.
 #include "Gleamwork/image/ImageUtils.h"
 
+#include "Gleamwork/image/SaturatedMath.h"
+
 #include <algorithm>
 #include <bit>
-#include <limits>
 
 namespace gw::image {
 namespace {
 
-constexpr uint64_t saturated = std::numeric_limits<uint64_t>::max();
-
-uint64_t MultiplySaturated(uint64_t a, uint64_t b)
-{
-    uint64_t product;
-    return __builtin_mul_overflow(a, b, &product) ? saturated : product;
-}
-
-uint64_t AddSaturated(uint64_t a, uint64_t b)
-{
-    uint64_t sum;
-    return __builtin_add_overflow(a, b, &sum) ? saturated : sum;
-}
+using details::AddSaturated;
+using details::MultiplySaturated;
 
 int64_t HalveTimes(int64_t dimension, uint64_t mip)
 {

@@ -24,7 +24,7 @@ struct FormatList
 {
     // Calls the visitor with one default-made entry after the other.
     template <class Visitor>
-    static void ForEach(const Visitor& visitor)
+    static constexpr void ForEach(const Visitor& visitor)
     {
         (visitor(Entries{}), ...);
     }
@@ -48,7 +48,7 @@ using PackedFormats =
                FormatEntry<FORMAT_A1RGB5, PackedPixel<CodecA1RGB5>>>;
 
 template <class Visitor>
-void ForEachConvertibleFormat(const Visitor& visitor)
+constexpr void ForEachConvertibleFormat(const Visitor& visitor)
 {
     FormatsOf<FORMAT_R8, FamilyU8>::ForEach(visitor);
     ReversedFormats::ForEach(visitor);
@@ -66,7 +66,7 @@ void ForEachConvertibleFormat(const Visitor& visitor)
 
 // Calls the visitor with every ordered pair of entries.
 template <class Visitor>
-void ForEachConvertiblePair(const Visitor& visitor)
+constexpr void ForEachConvertiblePair(const Visitor& visitor)
 {
     ForEachConvertibleFormat(
         [&](auto source) { ForEachConvertibleFormat([&](auto target) { visitor(source, target); }); });

@@ -100,7 +100,7 @@ struct IntegerFamily
     static constexpr double Load(Bits bits) { return static_cast<double>(static_cast<Signedness>(bits)); }
     static constexpr Bits Store(double value)
     {
-        // Unsigned 32-bit numbers need the wider cast; the signed ones are told to use the narrower one.
+        // Unsigned 32-bit numbers need the wider cast; the signed ones give their smallest outside 32 bits.
         if constexpr (std::numeric_limits<Signedness>::is_signed)
             return static_cast<Bits>(TruncateToInt32(value));
         else
@@ -171,6 +171,7 @@ struct ChannelPixel
 
 struct PackedFamily
 {
+    static constexpr EStorage storage = EStorage::Packed;
     static constexpr ERange range = ERange::Plain;
 };
 

@@ -1,22 +1,17 @@
 // The stream through which image readers deliver their pixels.
 #include "Gleamwork/image/ImageUtils.h"
+#include "Gleamwork/image/SaturatedMath.h"
 
 #include <algorithm>
-#include <limits>
 #include <qs/Log.h>
 
 namespace gw::image {
 namespace {
 
+using details::MultiplySaturated;
+
 // The largest texture that devices hold: 16384 by 16384 pixels of 16 bytes.
 constexpr uint64_t maxImageBytes = 4ull * 1024 * 1024 * 1024;
-constexpr uint64_t tooMuch = std::numeric_limits<uint64_t>::max();
-
-uint64_t Multiply(uint64_t a, uint64_t b)
-{
-    uint64_t product;
-    return __builtin_mul_overflow(a, b, &product) ? tooMuch : product;
-}
 
 uint64_t AtLeastZero(int64_t count)
 {
@@ -26,7 +21,7 @@ uint64_t AtLeastZero(int64_t count)
 void AllocatePixels(Image& image)
 {
     const uint64_t element = CalculateMipMapSize(image, 0, image.mipCount, image.format);
-    const uint64_t size = Multiply(element, AtLeastZero(image.arraySize));
+    const uint64_t size = MultiplySaturated(element, AtLeastZero(image.arraySize));
     if (size > maxImageBytes) {
         QS_LOG_ERROR("Gleamwork/image/ImageUtils", "gw::image::CreatePixelWriter",
                      "An image of %lld by %lld by %lld pixels in %s would take more than the limit of %llu bytes!",
@@ -74,7 +69,7 @@ PixelWriter::PixelWriter(Image& image, EFormat sourceFormat, uint32_t flags)
 
 bool PixelWriter::WriteAll(qs::MemReadStream& source)
 {
-    return WriteBytes(source, Multiply(m_sourceChainBytes, AtLeastZero(m_image->arraySize)));
+    return WriteBytes(source, MultiplySaturated(m_sourceChainBytes, AtLeastZero(m_image->arraySize)));
 }
 
 bool PixelWriter::WriteChain(qs::MemReadStream& source)
@@ -89,7 +84,7 @@ bool PixelWriter::WriteRow(qs::MemReadStream& source)
 
 bool PixelWriter::WritePixels(qs::MemReadStream& source, int64_t count)
 {
-    return WriteBytes(source, Multiply(m_sourcePixelBytes, AtLeastZero(count)));
+    return WriteBytes(source, MultiplySaturated(m_sourcePixelBytes, AtLeastZero(count)));
 }
 
 bool PixelWriter::WriteBytes(qs::MemReadStream& source, uint64_t count)
@@ -131,7 +126,7 @@ bool PixelWriter::NeedsConversion() const
 
 uint64_t PixelWriter::GetSourceRowSize() const
 {
-    return Multiply(m_sourcePixelBytes, AtLeastZero(m_image->width));
+    return MultiplySaturated(m_sourcePixelBytes, AtLeastZero(m_image->width));
 }
 
 bool PixelWriter::WriteView(const qs::MemView<const unsigned char>& pixels)
@@ -148,7 +143,7 @@ bool PixelWriter::WritePixelByPixel(const qs::MemView<const unsigned char>& pixe
                       "Something wrong with your calculations. Input mem can't be evenly split into pixels");
     const uint64_t count = pixels.GetSize() / m_sourcePixelBytes;
     if ((m_flags & PIXEL_WRITER_FLIP) == 0) {
-        const qs::MemView<unsigned char> target = Advance(Multiply(count, m_targetPixelBytes));
+        const qs::MemView<unsigned char> target = Advance(MultiplySaturated(count, m_targetPixelBytes));
         if (target.GetData() == nullptr)
             return false;
         m_converter(target, pixels);

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <qs/Event.h>
 #include <qs/Log.h>
 
 using gw::GraphicsBuffer;
@@ -62,7 +61,6 @@ TEST(GraphicsBuffer, SizesAlignmentAndContent)
         EXPECT_EQ(LiveBlocks(), before + 1);
     }
     EXPECT_EQ(LiveBlocks(), before);
-    EXPECT_STREQ(GraphicsBuffer::GetTrackName(), "gw::GraphicsBuffer");
 }
 
 TEST(GraphicsBuffer, OwnerDecidesWhoFrees)
@@ -90,30 +88,6 @@ TEST(GraphicsBuffer, OwnerDecidesWhoFrees)
     target.SafeFree(&target);
     EXPECT_EQ(LiveBlocks(), before);
     EXPECT_EQ(target.GetOwner(), &target);
-}
-
-TEST(GraphicsBuffer, TravelsByAddress)
-{
-    const uint64_t before = LiveBlocks();
-    GraphicsBuffer sent(8, 0), received;
-    const void* block = sent.GetData();
-    qs::EventVisitor recorder(0), reader(0);
-    recorder.BeginRecording(true);
-    sent.Visit(&recorder);
-    EXPECT_TRUE(sent.IsEmpty());
-    EXPECT_EQ(sent.GetOwner(), nullptr);
-    reader.BeginReading(recorder.GetRecord());
-    received.Visit(&reader);
-    EXPECT_TRUE(reader.IsComplete());
-    EXPECT_EQ(received.GetData(), block);
-    EXPECT_EQ(received.GetSize(), 8u);
-    EXPECT_EQ(received.GetAlignment(), 4u);
-
-    recorder.BeginRecording(false);
-    received.Visit(&recorder);
-    EXPECT_EQ(received.GetData(), block) << "given up although the visitor only copies";
-    received.Free();
-    EXPECT_EQ(LiveBlocks(), before);
 }
 
 TEST(Half, EveryValueSurvivesTheWayThroughFloat)

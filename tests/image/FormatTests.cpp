@@ -50,11 +50,8 @@ TEST(Format, OddRowsOfTheCatalogue)
         const char* name;
         int64_t channels;
         uint64_t bytes;
-    } rows[] = {{FORMAT_NONE, "None", 0, 0},     {FORMAT_RGBE8, "RGBE8", 3, 4},   {FORMAT_RG11B10F, "RG11B10F", 3, 4},
-                {FORMAT_RGB565, "RGB565", 3, 2}, {FORMAT_RGBA4, "RGBA4", 4, 2},   {FORMAT_BGR10A2, "BGR10A2", 4, 4},
-                {FORMAT_A1RGB5, "A1RGB5", 4, 2}, {FORMAT_D24, "D24", 1, 4},       {FORMAT_D24S8, "D24S8", 2, 4},
-                {FORMAT_DXT1, "DXT1", 3, 8},     {FORMAT_DXT5, "DXT5", 4, 16},    {FORMAT_ATI1N, "BC4U", 1, 8},
-                {FORMAT_ATI2N, "BC5U", 2, 16},   {FORMAT_BC6H, "BC6H", 3, 16},    {FORMAT_BGR8, "BGR8", 3, 3},
+    } rows[] = {{FORMAT_RGBE8, "RGBE8", 3, 4},   {FORMAT_A1RGB5, "A1RGB5", 4, 2}, {FORMAT_D24S8, "D24S8", 2, 4},
+                {FORMAT_DXT1, "DXT1", 3, 8},     {FORMAT_ATI1N, "BC4U", 1, 8},    {FORMAT_ATI2N, "BC5U", 2, 16},
                 {FORMAT_D32FS8, "D32FS8", 1, 8}, {FORMAT_MAX, "<unknown>", 0, 0}, {EFormat(200), "<unknown>", 0, 0}};
     for (const auto& row : rows) {
         const FormatDescription description = GetFormatDescription(row.format);

@@ -1,6 +1,6 @@
 // The JPEG reader against libjpeg's own pixels, and over damaged files.
-#include "Gleamwork/image/Image.h"
 #include "JpegWriter.h"
+#include "LoadedImage.h"
 
 #include <gtest/gtest.h>
 #include <qs/Log.h>
@@ -9,17 +9,12 @@ using namespace gw;
 
 namespace {
 
-struct Loaded
+struct Loaded : LoadedImage
 {
-    Image image;
-    bool good;
-
     explicit Loaded(const ByteVector& file, const ImageLoadParams& params = {})
-        : good(image.Load(IMAGE_FILE_JPEG, ViewOf(file), params))
+        : LoadedImage(IMAGE_FILE_JPEG, file, params)
     {
     }
-    ~Loaded() { image.FreePixelData(); }
-    ByteVector Pixels() const { return ByteVector(image.GetPixels(), image.GetPixels() + image.GetBufferSize()); }
 };
 
 const JpegPicture pictures[] = {
