@@ -1,12 +1,9 @@
-// A frame's graph of empty batches against the same graph of empty oneTBB tasks, and recording and replay of commands
-// against copying the same bytes.
-#include <cstring>
+// A frame's graph of empty batches against the same graph of empty oneTBB tasks.
 #include <memory>
 #include <vector>
 
 #include <oneapi/tbb/flow_graph.h>
 
-#include <qs/CommandDispatcher.h>
 #include <qs/Settings.h>
 #include <qs/WorkerThread.h>
 
@@ -62,76 +59,10 @@ void RunTasks(benchmark::State& state)
     }
 }
 
-constexpr size_t RECORDS = 50'000;
-constexpr size_t RECORD_SIZE = 24;
-
-class Recorder : public qs::CommandDispatcher
-{
-public:
-    Recorder() : CommandDispatcher(16384, 64) {}
-
-    void Record(uint64_t value)
-    {
-        if (char* record = m_commands.AddCommand(RECORD_SIZE, 8)) {
-            *record = FIRST_DERIVED_ID;
-            std::memcpy(record + 8, &value, sizeof value);
-        }
-    }
-    size_t ProcessCommand(unsigned char id, const char* record)
-    {
-        if (id != FIRST_DERIVED_ID) {
-            return CommandDispatcher::ProcessCommand(id, record);
-        }
-        uint64_t value;
-        std::memcpy(&value, record + 8, sizeof value);
-        sum += value;
-        return RECORD_SIZE;
-    }
-
-    uint64_t sum = 0;
-};
-
-void RunStream(benchmark::State& state)
-{
-    Recorder recorder;
-    for ([[maybe_unused]] auto frame : state) {
-        for (size_t i = 0; i < RECORDS; ++i) {
-            recorder.Record(i);
-        }
-        qs::ExecuteCommandDispatcher(recorder, true);
-        benchmark::DoNotOptimize(recorder.sum);
-    }
-}
-
-// A vector of plain records, written and read once: what no stream can beat.
-void RunVector(benchmark::State& state)
-{
-    struct Record
-    {
-        unsigned char id;
-        uint64_t value;
-        uint64_t more;
-    };
-    std::vector<Record> records(RECORDS);
-    uint64_t sum = 0;
-    for ([[maybe_unused]] auto frame : state) {
-        for (size_t i = 0; i < RECORDS; ++i) {
-            records[i].id = 3;
-            records[i].value = i;
-            benchmark::ClobberMemory();
-        }
-        for (const Record& record : records) {
-            sum += record.id == 3 ? record.value : 0;
-            benchmark::DoNotOptimize(sum);
-        }
-    }
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     bench::AddRow("batch_graph", RunBatches, RunTasks);
-    bench::AddRow("command_stream", RunStream, RunVector);
     return bench::Run(argc, argv);
 }

@@ -36,24 +36,21 @@ constexpr const char* DEVICES = R"(<?xml version="1.0" encoding="UTF-8"?>
 </objects>
 )";
 
-struct Device
+/// Vendor, device, description, preset, width, and whether all could be read.
+using Device = std::tuple<uint32_t, uint32_t, std::string, int, int, bool>;
+
+Device ReadDevice(ObjectVisitor& visitor)
 {
     uint32_t vendor = 1, device = 1;
     STDString description;
     uint8_t preset = 1;
     int32_t width = 1;
-    bool good = true;
-};
-
-Device ReadDevice(ObjectVisitor& visitor)
-{
-    Device device;
-    device.good = visitor.Visit(Name("VendorID"), &device.vendor, 7u);
-    device.good &= visitor.Visit(Name("DeviceID"), &device.device, 7u);
-    device.good &= visitor.Visit(Name("Description"), &device.description, STDString("none"));
-    device.good &= visitor.Visit(Name("Preset"), &device.preset, uint8_t(7));
-    device.good &= visitor.Visit(Name("Width"), &device.width, 7);
-    return device;
+    bool good = visitor.Visit(Name("VendorID"), &vendor, 7u);
+    good &= visitor.Visit(Name("DeviceID"), &device, 7u);
+    good &= visitor.Visit(Name("Description"), &description, STDString("none"));
+    good &= visitor.Visit(Name("Preset"), &preset, uint8_t(7));
+    good &= visitor.Visit(Name("Width"), &width, 7);
+    return {vendor, device, description.ToChar(), preset, width, good};
 }
 
 } // namespace
@@ -75,30 +72,19 @@ TEST(ObjectFile, WalksListsAndReadsValues)
     EXPECT_EQ(count, 3u);
 
     LogCapture log;
-    Device devices[3];
-    for (Device& device : devices) {
+    // Each value that cannot be read keeps its default and is reported with file and line.
+    for (const Device& expected : {Device(0x10deu, 0xffffffffu, "first & \xc3\xa4", 255, -5, true),
+                                   Device(2u, 7u, "", 7, 7, false), Device(7u, 7u, "none", 7, 7, false)}) {
         ASSERT_TRUE(visitor.EnterNode(item, FFFS::str));
-        device = ReadDevice(visitor);
+        EXPECT_EQ(ReadDevice(visitor), expected);
         visitor.ExitNode(item);
     }
     EXPECT_FALSE(visitor.EnterNode(item, FixedString())) << "the list is at its end";
-    EXPECT_TRUE(devices[0].good);
-    EXPECT_EQ(std::tuple(devices[0].vendor, devices[0].device, devices[0].preset, devices[0].width),
-              std::tuple(0x10deu, 0xffffffffu, uint8_t(255), -5));
-    EXPECT_STREQ(devices[0].description.ToChar(), "first & \xc3\xa4");
-    // Each value that cannot be read keeps its default and is reported with file and line.
-    EXPECT_FALSE(devices[1].good);
-    EXPECT_EQ(std::tuple(devices[1].vendor, devices[1].device, devices[1].preset, devices[1].width),
-              std::tuple(2u, 7u, uint8_t(7), 7));
-    EXPECT_STREQ(devices[1].description.ToChar(), "");
-    EXPECT_EQ(std::tuple(devices[2].vendor, devices[2].device, devices[2].preset, devices[2].width),
-              std::tuple(7u, 7u, uint8_t(7), 7));
-    EXPECT_STREQ(devices[2].description.ToChar(), "none");
     EXPECT_EQ(log.CountContaining("devices.qsx(8): "), 2u);
     EXPECT_EQ(log.CountContaining("devices.qsx(9): "), 4u);
 
     ASSERT_TRUE(visitor.EnterNode(item, Name("second")));
-    EXPECT_EQ(ReadDevice(visitor).vendor, 2u);
+    EXPECT_EQ(std::get<0>(ReadDevice(visitor)), 2u);
     visitor.ExitNode(item);
     EXPECT_FALSE(visitor.EnterNode(item, Name("third")));
     visitor.ExitNode(list);

@@ -86,14 +86,8 @@ TEST(WorkerBatch, WorkIsHeldBackUntilThePredecessorsAreDone)
     finisher.join();
     Scheduler().WaitForBatch(second, true);
     EXPECT_TRUE(Scheduler().IsIdle(first));
-
-    // A predecessor that is not started does not count.
-    secondRan = false;
-    Scheduler().StartBatch(second);
-    Scheduler().AddWork(second, [&] { secondRan = true; });
-    Scheduler().FinishBatch(second);
-    Scheduler().WaitForBatch(second, true);
-    EXPECT_TRUE(secondRan);
+    StartAndFinish(second); // a predecessor that is not started does not count
+    EXPECT_TRUE(Scheduler().IsIdle(second));
 }
 
 // Random graphs, started over and over, with work added from everywhere: each piece sees all that had to come before.

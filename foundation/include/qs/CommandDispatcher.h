@@ -32,6 +32,7 @@ public:
     struct ExecuteContext
     {
         char* position = nullptr; ///< header of the next record; the reader moves it to the record itself
+        char* end = nullptr;      ///< end of the records of the block
         BlockChain::Block* block = nullptr;
         bool entered = false; ///< NextCommand was called
     };
@@ -72,10 +73,27 @@ public:
     /// there is one. The first call of a read passes 0 and moves nothing. What is consumed counts from where the
     /// position stands, which is the record's start after LocateRecord. More bytes than the block holds there, STOP
     /// included, end the walk; other than for STOP that is logged.
-    bool NextCommand(ExecuteContext& context, size_t bytesConsumed);
+    bool NextCommand(ExecuteContext& context, size_t bytesConsumed)
+    {
+        const size_t left = static_cast<size_t>(context.end - context.position);
+        if (bytesConsumed == 0 || bytesConsumed >= left || m_fixedRecordSize != 0) [[unlikely]] {
+            return NextCommandSlow(context, bytesConsumed);
+        }
+        context.position += bytesConsumed;
+        return true;
+    }
     /// Moves the position from the header to the record and gives it. Null, with a message, when the header byte is no
     /// alignment or the record would lie outside the block: the stream was overwritten.
-    char* LocateRecord(ExecuteContext& context);
+    char* LocateRecord(ExecuteContext& context)
+    {
+        const size_t alignment = static_cast<unsigned char>(*context.position);
+        const size_t distance = alignment - (reinterpret_cast<uintptr_t>(context.position) & (alignment - 1));
+        const size_t left = static_cast<size_t>(context.end - context.position);
+        if (!IsAlignment(alignment) || distance >= left) [[unlikely]] {
+            return ReportDamage(alignment, left);
+        }
+        return context.position += distance;
+    }
     /// Ends the read. `destroy` empties the stream and keeps its blocks for the next records.
     void PostExecuteCommandBuffer(ExecuteContext& context, bool destroy);
 
@@ -94,7 +112,8 @@ private:
         return value != 0 && value <= LARGEST_ALIGNMENT && (value & (value - 1)) == 0;
     }
     char* AddCommandSlow(size_t size, size_t alignment);
-    static size_t GetBytesLeft(const ExecuteContext& context);
+    bool NextCommandSlow(ExecuteContext& context, size_t bytesConsumed);
+    static char* ReportDamage(size_t alignment, size_t bytesLeft);
     bool EnterBlock(ExecuteContext& context, BlockChain::Block* block);
 
     BlockChain m_blocks;

@@ -62,20 +62,16 @@ bool CommandDispatcherBuffer::EnterBlock(ExecuteContext& context, BlockChain::Bl
         block = block->next;
     }
     if (!last || !block || block->used == 0) {
-        context.position = nullptr;
+        context.position = context.end = nullptr;
         return false;
     }
     context.block = block;
     context.position = block->GetBytes();
+    context.end = context.position + block->used;
     return true;
 }
 
-size_t CommandDispatcherBuffer::GetBytesLeft(const ExecuteContext& context)
-{
-    return static_cast<size_t>(context.block->GetBytes() + context.block->used - context.position);
-}
-
-bool CommandDispatcherBuffer::NextCommand(ExecuteContext& context, size_t bytesConsumed)
+bool CommandDispatcherBuffer::NextCommandSlow(ExecuteContext& context, size_t bytesConsumed)
 {
     if (!context.entered) {
         context.entered = true;
@@ -85,7 +81,7 @@ bool CommandDispatcherBuffer::NextCommand(ExecuteContext& context, size_t bytesC
         return false;
     }
     const size_t step = m_fixedRecordSize ? m_fixedRecordSize : bytesConsumed;
-    const size_t left = GetBytesLeft(context);
+    const size_t left = static_cast<size_t>(context.end - context.position);
     if (step > left) {
         QS_LOG_ASSERT("foundation/CommandDispatcherBuffer", "qs::CommandDispatcherBuffer::NextCommand",
                       "A record consumed %zu bytes where its block holds %zu; the rest of the stream is skipped", step,
@@ -99,19 +95,12 @@ bool CommandDispatcherBuffer::NextCommand(ExecuteContext& context, size_t bytesC
     return context.block != m_blocks.GetCurrent() && EnterBlock(context, context.block->next);
 }
 
-char* CommandDispatcherBuffer::LocateRecord(ExecuteContext& context)
+char* CommandDispatcherBuffer::ReportDamage(size_t alignment, size_t bytesLeft)
 {
-    const size_t alignment = static_cast<unsigned char>(*context.position);
-    const uintptr_t header = reinterpret_cast<uintptr_t>(context.position);
-    const size_t distance = IsAlignment(alignment) ? alignment - header % alignment : 0;
-    if (distance == 0 || distance >= GetBytesLeft(context)) {
-        QS_LOG_ASSERT("foundation/CommandDispatcherBuffer", "qs::CommandDispatcherBuffer::LocateRecord",
-                      "Alignment byte %zu with %zu bytes left in the block: the stream was overwritten", alignment,
-                      GetBytesLeft(context));
-        return nullptr;
-    }
-    context.position += distance;
-    return context.position;
+    QS_LOG_ASSERT("foundation/CommandDispatcherBuffer", "qs::CommandDispatcherBuffer::LocateRecord",
+                  "Alignment byte %zu with %zu bytes left in the block: the stream was overwritten", alignment,
+                  bytesLeft);
+    return nullptr;
 }
 
 void CommandDispatcherBuffer::PostExecuteCommandBuffer(ExecuteContext& context, bool destroy)

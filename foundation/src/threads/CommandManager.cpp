@@ -259,6 +259,9 @@ void CommandManager::Handle(unsigned int type, const ConstByteView& fields, bool
     m_discarding = discard;
     m_handling = true;
     HandleCommand(type);
+    // A type that the derived class does not know leaves the record unread.
+    m_handling = false;
+    m_reader.End();
 }
 
 } // namespace qs

@@ -119,7 +119,7 @@ bool WorkerThreadScheduler::Impl::RunWork(WorkerThreadBatch& batch)
         WorkerThreadWork* work;
         {
             std::lock_guard lock(batch.m_lock);
-            work = batch.m_released ? batch.TakeFirst() : nullptr;
+            work = batch.m_released.load(std::memory_order_relaxed) ? batch.TakeFirst() : nullptr;
             if (!work) {
                 --batch.m_running;
                 return any;
@@ -156,7 +156,7 @@ void WorkerThreadScheduler::Impl::OpenGate(WorkerThreadBatch& batch)
 {
     {
         std::lock_guard lock(batch.m_lock);
-        batch.m_released = true;
+        batch.m_released.store(true, std::memory_order_relaxed);
         for (WorkerThreadWork* work = batch.m_first; work; work = work->next) {
             ScheduleNolock(batch);
         }
@@ -211,7 +211,7 @@ bool WorkerThreadScheduler::Impl::Help(WorkerThreadBatch& batch, int& visits)
     }
     if (batch.m_flags & WORKER_BATCH_HELPABLE) {
         std::unique_lock lock(batch.m_lock);
-        if (batch.m_released && batch.m_first && batch.m_running < batch.m_maxThreads) {
+        if (batch.m_released.load(std::memory_order_relaxed) && batch.m_first && batch.m_running < batch.m_maxThreads) {
             ++batch.m_running;
             lock.unlock();
             return RunWork(batch);

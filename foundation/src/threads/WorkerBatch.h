@@ -59,9 +59,10 @@ public:
     int m_maxThreads = 0;
     int m_level = 0;
 
-    // Guarded by m_lock. A batch without work touches none of it but m_released.
+    // Guarded by m_lock, but that a start clears m_released without it: whoever takes work sees the work appended, and
+    // so what stood before it.
     std::mutex m_lock;
-    bool m_released = false;
+    std::atomic<bool> m_released{false};
     int m_scheduled = 0; ///< tasks handed to oneTBB that have not begun
     int m_running = 0;   ///< threads that are working on the batch
     WorkerThreadWork* m_first = nullptr;

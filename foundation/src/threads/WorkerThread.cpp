@@ -103,10 +103,7 @@ void WorkerThreadScheduler::StartBatch(WorkerThreadBatch* batch)
     constexpr int all = WorkerThreadBatchDesc::MAX_PREDECESSORS;
     batch->m_gate.store(1 + all, std::memory_order_relaxed);
     batch->m_remaining.store(2, std::memory_order_relaxed);
-    {
-        std::lock_guard lock(batch->m_lock);
-        batch->m_released = false;
-    }
+    batch->m_released.store(false, std::memory_order_relaxed);
     batch->m_open.store(true, std::memory_order_release);
     int linked = 0;
     for (int i = 0; i < all; ++i) {
@@ -167,7 +164,7 @@ void WorkerThreadScheduler::SubmitWork(WorkerThreadBatch* batch, WorkerThreadWor
 {
     std::lock_guard lock(batch->m_lock);
     batch->Append(work);
-    if (batch->m_released) {
+    if (batch->m_released.load(std::memory_order_relaxed)) {
         m_impl->ScheduleNolock(*batch);
     }
 }
