@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 
 #include "common/DebugOutput.h"
@@ -114,6 +115,23 @@ bool ApplyChoice(std::string_view chosen, std::vector<RankedAdapter>& adapters)
     return isFound;
 }
 
+/// All Vulkan devices, read once: loading the drivers takes most of a program's start, and no instance needs to stay
+/// alive for their descriptions.
+std::vector<RankedAdapter> VulkanAdapters()
+{
+    static std::mutex mutex;
+    static std::vector<RankedAdapter> adapters;
+    std::lock_guard lock(mutex);
+    if (adapters.empty()) {
+        if (const std::shared_ptr<Instance> instance = Instance::Get()) {
+            for (VkPhysicalDevice device : instance->PhysicalDevices()) {
+                adapters.push_back(ReadAdapter(instance->Functions(), device, static_cast<int>(adapters.size())));
+            }
+        }
+    }
+    return adapters;
+}
+
 } // namespace
 
 AdapterInfo NullAdapter()
@@ -132,12 +150,7 @@ std::vector<AdapterInfo> ListAdapters()
     if (chosen == "null") {
         return {NullAdapter()};
     }
-    std::vector<RankedAdapter> ranked;
-    if (const std::shared_ptr<Instance> instance = Instance::Get()) {
-        for (VkPhysicalDevice device : instance->PhysicalDevices()) {
-            ranked.push_back(ReadAdapter(instance->Functions(), device, static_cast<int>(ranked.size())));
-        }
-    }
+    std::vector<RankedAdapter> ranked = VulkanAdapters();
     if (!ApplyChoice(chosen, ranked)) {
         DebugLine("GLEAM_DEVICE: there is no device '%.*s' among %zu; use auto, software, null or a device number",
                   static_cast<int>(chosen.size()), chosen.data(), ranked.size());

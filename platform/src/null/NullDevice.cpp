@@ -147,35 +147,14 @@ NullDevice::~NullDevice()
     m_context->RemoveUse();
 }
 
-HRESULT NullDevice::QueryInterface(REFIID riid, void** object)
+HRESULT NullDevice::QueryOther(REFIID riid, void** object)
 {
-    if (!object) {
-        return E_POINTER;
-    }
-    *object = nullptr;
-    if (HasInterface<IID_ID3D11Device>(riid)) {
-        *object = static_cast<ID3D11Device*>(this);
-    } else if (DxgiDevice::Serves(riid)) {
-        *object = static_cast<IDXGIDevice1*>(&m_dxgi);
-    } else {
+    if (!DxgiDevice::Serves(riid)) {
         return E_NOINTERFACE;
     }
+    *object = static_cast<IDXGIDevice1*>(&m_dxgi);
     AddRef();
     return S_OK;
-}
-
-ULONG NullDevice::AddRef()
-{
-    return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-ULONG NullDevice::Release()
-{
-    const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0) {
-        delete this;
-    }
-    return left;
 }
 
 HRESULT NullDevice::CreateBuffer(const D3D11_BUFFER_DESC* desc, const D3D11_SUBRESOURCE_DATA* data,

@@ -12,18 +12,12 @@ namespace gleam {
 /// gleam_null_device.h.
 HRESULT CreateNullDevice(D3D_FEATURE_LEVEL featureLevel, ID3D11Device** device, ID3D11DeviceContext** context);
 
-class NullDevice final : public ID3D11Device
+class NullDevice final : public ComObject<ID3D11Device, IID_ID3D11Device>
 {
 public:
     explicit NullDevice(D3D_FEATURE_LEVEL featureLevel);
-    NullDevice(const NullDevice&) = delete;
-    NullDevice& operator=(const NullDevice&) = delete;
 
     NullCallCounts& Calls() { return m_calls; }
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
 
     HRESULT STDMETHODCALLTYPE CreateBuffer(const D3D11_BUFFER_DESC* desc, const D3D11_SUBRESOURCE_DATA* data,
                                            ID3D11Buffer** buffer) override;
@@ -81,10 +75,10 @@ public:
     UINT STDMETHODCALLTYPE GetExceptionMode() override { return m_exceptionMode; }
 
 private:
-    ~NullDevice();
+    ~NullDevice() override;
+    HRESULT QueryOther(REFIID riid, void** object) override;
 
     const D3D_FEATURE_LEVEL m_featureLevel;
-    std::atomic<ULONG> m_references{1};
     std::atomic<UINT> m_exceptionMode{0};
     NullCallCounts m_calls;
     DxgiDevice m_dxgi;

@@ -4,6 +4,7 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <tuple>
@@ -15,37 +16,49 @@ namespace {
 
 constexpr UINT DefaultRefreshRate = 60;
 
-/// SDL's video subsystem for one look at it. SDL counts, so a program that has started it keeps its own.
+/// SDL's video subsystem during one look at it. It stays started: a display server may drop everything when its last
+/// client leaves, and starting is slow. A program's own SDL_Quit ends it all the same, so each look asks again.
 class VideoScope
 {
 public:
-    VideoScope() : m_lock(Mutex()), m_isStarted(SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) {}
-    ~VideoScope()
+    // Starting a subsystem is not safe on two threads at once.
+    VideoScope() : m_lock(Mutex())
     {
-        if (m_isStarted) {
-            SDL_QuitSubSystem(SDL_INIT_VIDEO);
+        if (SDL_WasInit(SDL_INIT_VIDEO) == 0) {
+            Start();
         }
     }
-    VideoScope(const VideoScope&) = delete;
-    VideoScope& operator=(const VideoScope&) = delete;
 
     bool HasScreens() const
     {
-        const char* driver = m_isStarted ? SDL_GetCurrentVideoDriver() : nullptr;
+        const char* driver = SDL_GetCurrentVideoDriver();
         return driver && std::strcmp(driver, "dummy") != 0 && std::strcmp(driver, "offscreen") != 0 &&
                SDL_GetNumVideoDisplays() > 0;
     }
 
 private:
-    // Starting and stopping a subsystem is not safe on two threads at once.
     static std::mutex& Mutex()
     {
         static std::mutex mutex;
         return mutex;
     }
 
+    static void Start()
+    {
+        // SDL's handlers would turn an interrupt into an event that a program without a window never reads.
+        SDL_SetHintWithPriority(SDL_HINT_NO_SIGNAL_HANDLERS, "1", SDL_HINT_DEFAULT);
+        // Wayland without a run-time directory writes a complaint to the error stream and fails.
+        const bool withoutWayland = !std::getenv("XDG_RUNTIME_DIR") && !SDL_GetHint(SDL_HINT_VIDEODRIVER);
+        if (withoutWayland) {
+            SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "x11,KMSDRM", SDL_HINT_DEFAULT);
+        }
+        SDL_InitSubSystem(SDL_INIT_VIDEO);
+        if (withoutWayland) {
+            SDL_ResetHint(SDL_HINT_VIDEODRIVER);
+        }
+    }
+
     std::lock_guard<std::mutex> m_lock;
-    bool m_isStarted;
 };
 
 DisplayModeInfo ToMode(const SDL_DisplayMode& mode)

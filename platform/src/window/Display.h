@@ -33,8 +33,8 @@ struct DisplayInfo
 /// "offscreen" drivers, and when GLEAM_DEBUG lists `virtual-output`. Callable from any thread.
 bool HasDisplay();
 
-/// All displays, or one virtual display of 1920 by 1080 at 60 Hz when there is none; never empty.
-/// Callable from any thread.
+/// All displays, or one virtual display of 1920 by 1080 at 60 Hz when there is none; never empty. As HasDisplay, it
+/// starts SDL's video subsystem when it is not running, and leaves it running. Callable from any thread.
 std::vector<DisplayInfo> ListDisplays();
 
 } // namespace gleam
