@@ -139,6 +139,13 @@ void Texture::CreateImage()
         create.mipLevels > most.maxMipLevels || create.arrayLayers > most.maxArrayLayers) {
         throw VulkanError{VK_ERROR_FORMAT_NOT_SUPPORTED, "vkGetPhysicalDeviceImageFormatProperties2"};
     }
+    std::uint64_t bytes = 0;
+    for (UINT subresource = 0; subresource < info.SubresourceCount(); ++subresource) {
+        bytes += LayoutOf(info, subresource).Bytes() * info.sampleCount;
+    }
+    if (bytes > most.maxResourceSize) {
+        throw VulkanError{VK_ERROR_OUT_OF_DEVICE_MEMORY, "vkGetPhysicalDeviceImageFormatProperties2"};
+    }
     Check(gpu.vk.CreateImage(gpu.device, &create, nullptr, &image), "vkCreateImage");
     VkMemoryRequirements requirements;
     gpu.vk.GetImageMemoryRequirements(gpu.device, image, &requirements);
