@@ -12,7 +12,7 @@ namespace {
 // A text of length 0 that is no part of the table.
 struct StaticText
 {
-    strings::Node node{0, strings::ImmortalId, 0};
+    strings::TextHeader header{strings::ImmortalId, 0};
     char text[8] = {};
 };
 constinit StaticText s_null;
@@ -20,7 +20,7 @@ constinit StaticText s_empty;
 
 bool IsImmortal(const char* handle)
 {
-    return strings::GetNode(handle)->id == strings::ImmortalId;
+    return strings::GetTextHeader(handle)->id == strings::ImmortalId;
 }
 
 } // namespace
@@ -31,8 +31,8 @@ constinit const FixedString FFFS::str(s_empty.text, 0);
 
 FixedString FixedString::Create(const char* text, i32 length)
 {
-    if (!text) {
-        return FixedString();
+    if (text && length > 0) [[likely]] {
+        return FixedString(FixedStringTable::Intern(text, static_cast<u32>(length)), 0);
     }
     return Create(length < 0 ? StringView(text) : StringView(text, length));
 }
@@ -61,14 +61,14 @@ bool FixedString::EqualsNoCase(const FixedString& other) const
 void FixedString::AddReference(Handle handle) noexcept
 {
     if (!IsImmortal(handle)) {
-        FixedStringTable::AddReference(strings::GetNode(handle)->id);
+        FixedStringTable::AddReference(strings::GetTextHeader(handle)->id);
     }
 }
 
 void FixedString::ReleaseReference(Handle handle) noexcept
 {
     if (!IsImmortal(handle)) {
-        FixedStringTable::ReleaseReference(strings::GetNode(handle)->id);
+        FixedStringTable::ReleaseReference(strings::GetTextHeader(handle)->id);
     }
 }
 
@@ -79,7 +79,7 @@ u64 FixedString::GetInternedCount()
 
 u64 FixedString::GetReferenceCount() const
 {
-    return IsImmortal(m_handle) ? 0 : FixedStringTable::GetReferences(strings::GetNode(m_handle)->id);
+    return IsImmortal(m_handle) ? 0 : FixedStringTable::GetReferences(strings::GetTextHeader(m_handle)->id);
 }
 
 } // namespace qs

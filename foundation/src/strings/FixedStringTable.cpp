@@ -1,4 +1,4 @@
-// The table of interned texts; its header tells how look-ups and releases get along.
+// Looking up and adding texts; the table's header tells how look-ups and releases get along.
 #include "strings/FixedStringTable.h"
 
 #include <cstdlib>
@@ -11,313 +11,325 @@
 #include <qs/Log.h>
 #include <qs/Memory.h>
 
+#include "memory/ScopeTable.h"
+
 namespace qs {
 
 using namespace strings;
 
 constinit Shard FixedStringTable::s_shards[ShardCount] = {};
-constinit std::atomic<Record*> FixedStringTable::s_records[PageCount] = {};
-constinit ReferenceCounts FixedStringTable::s_counts;
+constinit std::atomic<Entry*> FixedStringTable::s_entries[PageCount] = {};
 
 namespace {
 
-constexpr u64 TagMask = 0xffffffff00000000u;
+constexpr const char* ScopeName = "qs::FixedString";
 
-u64 MakeSlot(u64 hash, u32 id)
+template <class Word>
+bool HaveEqualEnds(const char* a, const char* b, u32 length)
 {
-    return (hash & TagMask) | (id + 1);
+    Word words[4];
+    std::memcpy(&words[0], a, sizeof(Word));
+    std::memcpy(&words[1], b, sizeof(Word));
+    std::memcpy(&words[2], a + length - sizeof(Word), sizeof(Word));
+    std::memcpy(&words[3], b + length - sizeof(Word), sizeof(Word));
+    return ((words[0] ^ words[1]) | (words[2] ^ words[3])) == 0;
 }
 
-u32 FirstSlot(u64 hash, u32 mask)
+// Short texts are compared by their two overlapping ends. The lengths are told apart as the hash does it, so that the
+// processor has just learned where each branch goes.
+inline bool AreEqual(const char* a, const char* b, u32 length)
 {
-    return static_cast<u32>(hash >> 4) & mask;
+    if (length <= 16) {
+        if (length > 8) {
+            return HaveEqualEnds<u64>(a, b, length);
+        }
+        return length >= 4 ? HaveEqualEnds<u32>(a, b, length) : std::memcmp(a, b, length) == 0;
+    }
+    return length <= 32 ? HaveEqualEnds<unsigned __int128>(a, b, length) : std::memcmp(a, b, length) == 0;
 }
 
-bool Matches(const Node* node, u64 hash, const char* text, u32 length)
+[[gnu::always_inline]] inline bool IsText(const Entry& entry, const char* text, u32 length)
 {
-    return node->hash == hash && node->length == length &&
-           std::memcmp(const_cast<Node*>(node)->GetText(), text, length) == 0;
+    return GetTextHeader(entry.text)->length == length && AreEqual(entry.text, text, length);
 }
 
-// Pages are never released; a page that two threads make at once is kept once.
-template <class Item>
-Item* MakeSharedPage(std::atomic<Item*>& place)
+bool IsReadable(u32 state)
 {
-    Item* made = static_cast<Item*>(std::calloc(PageSize, sizeof(Item)));
-    Item* page = nullptr;
-    if (made && !place.compare_exchange_strong(page, made, std::memory_order_acq_rel)) {
+    return (state & (EntryAlive | EntryHidden)) == EntryAlive;
+}
+
+// Adds a reference in the thread's own cell. The text must be in use or its shard locked.
+[[gnu::always_inline]] inline void AddTo(Entry& entry, u32 id, u32 generation)
+{
+    OwnCell cell(id);
+    const u64 value = cell.Load();
+    if (IsPlain(value, generation)) [[likely]] {
+        cell.Store(value + OneAdded + 1);
+    } else if (GetGeneration(value) != generation) {
+        cell.Store(PlusAdded(MakeCell(generation)));
+    } else {
+        entry.debt.fetch_sub(1, std::memory_order_seq_cst);
+        cell.Store(PlusAdded(value));
+    }
+}
+
+// Adds a reference of a reader, who does not know yet whether the entry is alive. False without one.
+[[gnu::always_inline]] inline bool AddIfPlain(u32 id, u32 generation)
+{
+    OwnCell cell(id);
+    u64 value = cell.Load();
+    if (!IsPlain(value, generation)) [[unlikely]] {
+        // A later generation: the state is outdated, and threads that share the place have seen another text here. The
+        // same one: net is below 0, and lowering the debt is for those who know that the entry is alive.
+        if (GetGeneration(value) >= generation) {
+            return false;
+        }
+        value = MakeCell(generation);
+    }
+    cell.Store(value + OneAdded + 1);
+    return true;
+}
+
+bool SetText(Entry& entry, const char* text, u32 length)
+{
+    if (length < InlineSize) {
+        entry.text = entry.inlineText;
+        memory::Account(memory::GetScopeID(ScopeName), sizeof(Entry), 1);
+    } else {
+        MemoryTrackerSample sample(ScopeName);
+        void* block =
+            MemoryManager::Allocate(sizeof(TextHeader) + u64(length) + 1, AllocType::Raw, DefaultMemoryTag, 0, true);
+        if (!block) {
+            return false;
+        }
+        entry.text = static_cast<char*>(block) + sizeof(TextHeader);
+    }
+    *GetTextHeader(entry.text) = {entry.GetId(), length};
+    std::memcpy(entry.text, text, length);
+    entry.text[length] = '\0';
+    return true;
+}
+
+void ReleaseText(Entry& entry)
+{
+    if (entry.text == entry.inlineText) {
+        memory::Account(memory::GetScopeID(ScopeName), -i64(sizeof(Entry)), -1);
+    } else {
+        MemoryManager::Deallocate(GetTextHeader(entry.text), AllocType::FreeRaw, DefaultMemoryTag, true);
+    }
+}
+
+// A page of entries that know their ids. A page that two threads make at once is kept once.
+bool MakeEntryPage(std::atomic<Entry*>& place, u32 firstId)
+{
+    Entry* made = static_cast<Entry*>(std::aligned_alloc(alignof(Entry), PageSize * sizeof(Entry)));
+    if (!made) {
+        return false;
+    }
+    std::memset(static_cast<void*>(made), 0, PageSize * sizeof(Entry));
+    for (u32 i = 0; i < PageSize; ++i) {
+        made[i].inlineHeader.id = firstId + i;
+    }
+    Entry* page = nullptr;
+    if (!place.compare_exchange_strong(page, made, std::memory_order_acq_rel)) {
         std::free(made);
-        return page;
     }
-    return made;
-}
-
-Node* MakeNode(u64 hash, u32 id, const char* text, u32 length)
-{
-    MemoryTrackerSample sample("qs::FixedString");
-    void* block = MemoryManager::Allocate(sizeof(Node) + u64(length) + 1, AllocType::Raw, DefaultMemoryTag, 0, true);
-    if (!block) {
-        return nullptr;
-    }
-    Node* node = ::new (block) Node{hash, id, length};
-    std::memcpy(node->GetText(), text, length);
-    node->GetText()[length] = '\0';
-    return node;
+    return true;
 }
 
 } // namespace
 
-ReferenceCounts::Cell& ReferenceCounts::MakePage(u32 place, u32 id)
+Entry* FixedStringTable::FindEntry(u32 id)
 {
-    Cell* page = MakeSharedPage(m_pages[place][id >> PageBits]);
-    if (!page) {
-        // Without its counts no string can be copied or released.
-        AbortNotReached("foundation/FixedString", __LINE__, "qs::FixedString: out of memory for reference counts");
-    }
-    return page[id & (PageSize - 1)];
+    return s_entries[id >> PageBits].load(std::memory_order_acquire) + (id & (PageSize - 1));
 }
 
-Record* FixedStringTable::FindRecord(u32 id)
+[[gnu::always_inline]] inline void FixedStringTable::GiveBack(Entry& entry, u32 id, u32 generation)
 {
-    return s_records[id >> PageBits].load(std::memory_order_acquire) + (id & (PageSize - 1));
+    i32 net;
+    u32 place;
+    {
+        OwnCell cell(id);
+        place = cell.GetPlace();
+        const u64 value = cell.Load();
+        net = GetNet(value) - 1;
+        if (IsPlain(value, generation) && net >= 0) [[likely]] {
+            cell.Store(value - 1);
+        } else {
+            net = -1;
+        }
+    }
+    if (net < 0) [[unlikely]] {
+        GiveBackBelowZero(entry, id, generation);
+        return;
+    }
+    const u32 anchor = GetAnchor(entry.state.load(std::memory_order_acquire));
+    if (anchor == NoAnchor || (anchor == place && net <= i64(entry.debt.load(std::memory_order_acquire))))
+        [[unlikely]] {
+        AddSuspect(entry);
+    }
 }
 
-FixedString::Handle FixedStringTable::Intern(const char* text, u32 length)
+// Takes a reference to the entry and keeps it if the entry stands for the text.
+[[gnu::always_inline]] inline bool FixedStringTable::Acquire(Entry& entry, const char* text, u32 length)
 {
-    const u64 hash = XXH3_64bits(text, length);
-    Shard& shard = s_shards[hash % ShardCount];
-    Node* node = FindNode(shard.slots.load(std::memory_order_acquire), hash, text, length);
-    if (!node) {
-        std::lock_guard guard(shard.lock);
-        node = InternLocked(shard, hash, text, length);
+    const u32 before = entry.state.load(std::memory_order_acquire);
+    if (!IsReadable(before)) [[unlikely]] {
+        return false;
     }
-    return node ? node->GetText() : FixedString::NULL_STRING;
+    const u32 generation = GetStateGeneration(before);
+    if (!AddIfPlain(entry.GetId(), generation)) [[unlikely]] {
+        return false;
+    }
+    const u32 now = entry.state.load(std::memory_order_acquire);
+    const bool isHeld = now == before || (IsReadable(now) && GetStateGeneration(now) == generation);
+    if (isHeld && IsText(entry, text, length)) [[likely]] {
+        return true;
+    }
+    GiveBack(entry, entry.GetId(), generation);
+    return false;
 }
 
 // Takes a reference to the text if the slots lead to it. A null result says nothing: slots may be on the move.
-Node* FixedStringTable::FindNode(const Slots* slots, u64 hash, const char* text, u32 length)
+[[gnu::always_inline]] inline Entry* FixedStringTable::Find(const Slots* slots, u64 hash, const char* text, u32 length)
 {
     if (!slots) {
         return nullptr;
     }
     for (u32 i = FirstSlot(hash, slots->mask);; i = (i + 1) & slots->mask) {
-        const u64 slot = slots->cells[i].load(std::memory_order_acquire);
+        const u64 slot = slots->slots[i].load(std::memory_order_acquire);
         if (slot == 0) {
             return nullptr;
         }
-        if ((slot & TagMask) == (hash & TagMask)) {
-            if (Node* node = Acquire(static_cast<u32>(slot) - 1, hash, text, length)) {
-                return node;
-            }
+        if (((slot ^ hash) & ~SlotAddressMask) == 0 && Acquire(*GetSlotEntry(slot), text, length)) {
+            return GetSlotEntry(slot);
         }
     }
 }
 
-// Takes a reference to the id and keeps it if the id stands for the text.
-Node* FixedStringTable::Acquire(u32 id, u64 hash, const char* text, u32 length)
+FixedString::Handle FixedStringTable::Intern(const char* text, u32 length)
 {
-    Record* record = FindRecord(id);
-    s_counts.Add(ReferenceCounts::OwnPlace(), id);
-    Node* node = record->node.load(std::memory_order_seq_cst);
-    if (node && Matches(node, hash, text, length)) [[likely]] {
-        return node;
+    const u64 hash = XXH3_64bits(text, length);
+    const Shard& shard = s_shards[hash % ShardCount];
+    if (const Entry* entry = Find(shard.slots.load(std::memory_order_acquire), hash, text, length)) [[likely]] {
+        return entry->text;
     }
-    ReleaseReference(id);
-    return nullptr;
+    return InternUnderLock(hash, text, length);
 }
 
-Node* FixedStringTable::InternLocked(Shard& shard, u64 hash, const char* text, u32 length)
+FixedString::Handle FixedStringTable::InternUnderLock(u64 hash, const char* text, u32 length)
 {
-    // Another thread may have interned it meanwhile. Nothing is hidden or moves while the lock is held. Giving back a
-    // reference to another text that has the same upper half must not wait for this lock, so the text comes first.
-    if (const Slots* slots = shard.slots.load(std::memory_order_relaxed)) {
-        for (u32 i = FirstSlot(hash, slots->mask); slots->cells[i].load(std::memory_order_relaxed) != 0;
-             i = (i + 1) & slots->mask) {
-            const u64 slot = slots->cells[i].load(std::memory_order_relaxed);
-            const u32 id = static_cast<u32>(slot) - 1;
-            Node* node = FindRecord(id)->node.load(std::memory_order_relaxed);
-            if ((slot & TagMask) == (hash & TagMask) && Matches(node, hash, text, length)) {
-                s_counts.Add(ReferenceCounts::OwnPlace(), id);
-                return node;
-            }
+    Shard& shard = s_shards[hash % ShardCount];
+    std::lock_guard guard(shard.lock);
+    const Entry* entry = InternNolock(shard, hash, text, length);
+    return entry ? entry->text : FixedString::NULL_STRING;
+}
+
+Entry* FixedStringTable::FindNolock(Shard& shard, u64 hash, const char* text, u32 length)
+{
+    const Slots* slots = shard.slots.load(std::memory_order_relaxed);
+    if (!slots) {
+        return nullptr;
+    }
+    for (u32 i = FirstSlot(hash, slots->mask);; i = (i + 1) & slots->mask) {
+        const u64 slot = slots->slots[i].load(std::memory_order_relaxed);
+        if (slot == 0) {
+            return nullptr;
+        }
+        Entry* entry = GetSlotEntry(slot);
+        if (entry->hash == hash && IsText(*entry, text, length)) {
+            return entry;
         }
     }
-    u32 id;
-    if (!TakeId(shard, id)) {
+}
+
+Entry* FixedStringTable::InternNolock(Shard& shard, u64 hash, const char* text, u32 length)
+{
+    if (Entry* known = FindNolock(shard, hash, text, length)) {
+        AddTo(*known, known->GetId(), GetStateGeneration(known->state.load(std::memory_order_relaxed)));
+        // Whoever hid it finds that it is in use again.
+        known->state.fetch_and(~u32(EntryHidden), std::memory_order_seq_cst);
+        return known;
+    }
+    Entry* entry = TakeEntryNolock(shard);
+    if (!entry) {
         return nullptr;
     }
-    Record* record = FindRecord(id);
-    Node* node = MakeNode(hash, id, text, length);
-    if (!node || !InsertSlot(shard, hash, id)) {
-        MemoryManager::Deallocate(node, AllocType::FreeRaw, DefaultMemoryTag, true);
-        record->nextFree = shard.freeList;
-        shard.freeList = id + 1;
+    entry->hash = hash;
+    if (!SetText(*entry, text, length)) {
+        ReturnEntryNolock(shard, *entry);
         return nullptr;
     }
-    const u32 place = ReferenceCounts::OwnPlace();
-    s_counts.Add(place, id);
-    record->anchor.store(place, std::memory_order_seq_cst);
-    record->node.store(node, std::memory_order_seq_cst);
+    if (!InsertSlotNolock(shard, *entry)) {
+        ReleaseText(*entry);
+        ReturnEntryNolock(shard, *entry);
+        return nullptr;
+    }
+    const u32 generation = GetStateGeneration(entry->state.load(std::memory_order_relaxed));
+    AddTo(*entry, entry->GetId(), generation);
+    entry->state.store(generation << GenerationShift | t_place.place << AnchorShift | EntryAlive,
+                       std::memory_order_seq_cst);
     ++shard.count;
-    return node;
+    return entry;
 }
 
-bool FixedStringTable::TakeId(Shard& shard, u32& id)
+Entry* FixedStringTable::TakeEntryNolock(Shard& shard)
 {
     if (shard.freeList != 0) {
-        id = shard.freeList - 1;
-        shard.freeList = FindRecord(id)->nextFree;
-        return true;
+        Entry* entry = FindEntry(shard.freeList - 1);
+        shard.freeList = entry->nextFree;
+        return entry;
     }
-    const u32 shardIndex = static_cast<u32>(&shard - s_shards);
-    id = shard.idsMade * ShardCount + shardIndex;
     if (shard.idsMade >= MaxIds / ShardCount) {
         QS_LOG_ERROR("foundation/FixedString", "qs::FixedString::Create", "More than %u texts are interned", MaxIds);
-        return false;
+        return nullptr;
     }
-    std::atomic<Record*>& place = s_records[id >> PageBits];
-    if (!place.load(std::memory_order_acquire) && !MakeSharedPage(place)) {
-        return false;
+    const u32 id = shard.idsMade * ShardCount + static_cast<u32>(&shard - s_shards);
+    std::atomic<Entry*>& page = s_entries[id >> PageBits];
+    if (!page.load(std::memory_order_acquire) && !MakeEntryPage(page, id & ~(PageSize - 1))) {
+        return nullptr;
     }
     ++shard.idsMade;
-    return true;
+    return FindEntry(id);
+}
+
+void FixedStringTable::ReturnEntryNolock(Shard& shard, Entry& entry)
+{
+    entry.nextFree = shard.freeList;
+    shard.freeList = entry.GetId() + 1;
+}
+
+void FixedStringTable::ReleaseEntryNolock(Shard& shard, Entry& entry)
+{
+    RemoveSlotNolock(shard, entry);
+    --shard.count;
+    ReleaseText(entry);
+    const u32 generation = GetStateGeneration(entry.state.load(std::memory_order_relaxed));
+    entry.debt.store(0, std::memory_order_relaxed);
+    // The last generation stays what it is and is not used again: cells of the first one may still be about.
+    if (generation < MaxGeneration) {
+        entry.state.store((generation + 1) << GenerationShift, std::memory_order_seq_cst);
+        ReturnEntryNolock(shard, entry);
+    } else {
+        entry.state.store(generation << GenerationShift, std::memory_order_seq_cst);
+    }
 }
 
 void FixedStringTable::AddReference(u32 id)
 {
-    s_counts.Add(ReferenceCounts::OwnPlace(), id);
+    Entry& entry = *FindEntry(id);
+    AddTo(entry, id, GetStateGeneration(entry.state.load(std::memory_order_relaxed)));
 }
 
 void FixedStringTable::ReleaseReference(u32 id)
 {
-    const u32 place = ReferenceCounts::OwnPlace();
-    bool fellToZero = false;
-    if (!s_counts.TryTake(place, id, fellToZero)) [[unlikely]] {
-        ReleaseElsewhere(id);
-    } else if (fellToZero && FindRecord(id)->anchor.load(std::memory_order_seq_cst) == place) {
-        Reclaim(id);
-    }
-}
-
-// The reference was added on another thread.
-void FixedStringTable::ReleaseElsewhere(u32 id)
-{
-    constexpr u32 manyRounds = 1u << 20;
-    Record* record = FindRecord(id);
-    for (u32 round = 0; round < manyRounds; ++round) {
-        for (u32 place = 0; place < PlaceCount; ++place) {
-            bool fellToZero = false;
-            if (s_counts.TryTake(place, id, fellToZero)) {
-                if (fellToZero && record->anchor.load(std::memory_order_seq_cst) == place) {
-                    Reclaim(id);
-                }
-                return;
-            }
-        }
-    }
-    QS_LOG_ASSERT("foundation/FixedString", "qs::FixedString::~FixedString",
-                  "A string was released more often than it was held");
-}
-
-// Called when the anchor's cell fell to 0: finds a new anchor, or releases the text. Since the caller holds no
-// reference any more, the id may be free or another text's by now; what is done here is right for either.
-void FixedStringTable::Reclaim(u32 id)
-{
-    Shard& shard = s_shards[id % ShardCount];
-    std::lock_guard guard(shard.lock);
-    Record* record = FindRecord(id);
-    Node* node = record->node.load(std::memory_order_relaxed);
-    while (node) {
-        const u32 place = s_counts.FindPlace(id);
-        if (place < PlaceCount) {
-            record->anchor.store(place, std::memory_order_seq_cst);
-            if (s_counts.Load(place, id) != 0) {
-                return;
-            }
-            continue; // it fell to 0 before it was the anchor, so nobody answers for it
-        }
-        record->node.store(nullptr, std::memory_order_seq_cst);
-        if (s_counts.WasZero(id)) {
-            RemoveSlot(shard, node->hash, id);
-            MemoryManager::Deallocate(node, AllocType::FreeRaw, DefaultMemoryTag, true);
-            record->nextFree = shard.freeList;
-            shard.freeList = id + 1;
-            --shard.count;
-            return;
-        }
-        record->node.store(node, std::memory_order_seq_cst);
-    }
-}
-
-bool FixedStringTable::InsertSlot(Shard& shard, u64 hash, u32 id)
-{
-    Slots* slots = shard.slots.load(std::memory_order_relaxed);
-    // At most half full, so that a miss ends soon.
-    if ((!slots || (shard.count + 1) * 2 > slots->mask) && !GrowSlots(shard)) {
-        return false;
-    }
-    slots = shard.slots.load(std::memory_order_relaxed);
-    u32 i = FirstSlot(hash, slots->mask);
-    while (slots->cells[i].load(std::memory_order_relaxed) != 0) {
-        i = (i + 1) & slots->mask;
-    }
-    slots->cells[i].store(MakeSlot(hash, id), std::memory_order_release);
-    return true;
-}
-
-bool FixedStringTable::GrowSlots(Shard& shard)
-{
-    Slots* old = shard.slots.load(std::memory_order_relaxed);
-    const u64 count = old ? (u64(old->mask) + 1) * 2 : 64;
-    Slots* slots = static_cast<Slots*>(std::calloc(1, sizeof(Slots) + (count - 1) * sizeof(u64)));
-    if (!slots) {
-        return false;
-    }
-    slots->mask = static_cast<u32>(count - 1);
-    slots->older = old;
-    for (u64 from = 0; old && from <= old->mask; ++from) {
-        const u64 slot = old->cells[from].load(std::memory_order_relaxed);
-        if (slot == 0) {
-            continue;
-        }
-        const u64 hash = FindRecord(static_cast<u32>(slot) - 1)->node.load(std::memory_order_relaxed)->hash;
-        u32 i = FirstSlot(hash, slots->mask);
-        while (slots->cells[i].load(std::memory_order_relaxed) != 0) {
-            i = (i + 1) & slots->mask;
-        }
-        slots->cells[i].store(slot, std::memory_order_relaxed);
-    }
-    shard.slots.store(slots, std::memory_order_release);
-    return true;
-}
-
-// Moves later entries of the run forward, so that no run has a hole. A reader that misses an entry on the move asks
-// again under the lock.
-void FixedStringTable::RemoveSlot(Shard& shard, u64 hash, u32 id)
-{
-    Slots* slots = shard.slots.load(std::memory_order_relaxed);
-    const u32 mask = slots->mask;
-    u32 hole = FirstSlot(hash, mask);
-    while (slots->cells[hole].load(std::memory_order_relaxed) != MakeSlot(hash, id)) {
-        hole = (hole + 1) & mask;
-    }
-    for (u32 next = (hole + 1) & mask;; next = (next + 1) & mask) {
-        const u64 slot = slots->cells[next].load(std::memory_order_relaxed);
-        if (slot == 0) {
-            break;
-        }
-        const u64 nextHash = FindRecord(static_cast<u32>(slot) - 1)->node.load(std::memory_order_relaxed)->hash;
-        const u32 home = FirstSlot(nextHash, mask);
-        if (((next - home) & mask) >= ((next - hole) & mask)) {
-            slots->cells[hole].store(slot, std::memory_order_release);
-            hole = next;
-        }
-    }
-    slots->cells[hole].store(0, std::memory_order_release);
+    Entry& entry = *FindEntry(id);
+    GiveBack(entry, id, GetStateGeneration(entry.state.load(std::memory_order_relaxed)));
 }
 
 u64 FixedStringTable::GetCount()
 {
+    ProcessAllSuspects();
     u64 count = 0;
     for (Shard& shard : s_shards) {
         std::lock_guard guard(shard.lock);
@@ -328,7 +340,14 @@ u64 FixedStringTable::GetCount()
 
 u64 FixedStringTable::GetReferences(u32 id)
 {
-    return s_counts.Sum(id);
+    const u32 generation = GetStateGeneration(FindEntry(id)->state.load(std::memory_order_relaxed));
+    Barrier();
+    i64 sum = 0;
+    for (u32 place = 0; place < GetPlaceLimit(); ++place) {
+        const u64 cell = LoadCell(place, id);
+        sum += GetGeneration(cell) == generation ? GetNet(cell) : 0;
+    }
+    return sum > 0 ? static_cast<u64>(sum) : 0;
 }
 
 } // namespace qs

@@ -1,16 +1,22 @@
 // The table of interned texts.
 //
-// Looking up a known text takes no lock and writes only to the thread's own reference count. The order of steps makes
-// that safe without holding memory back:
+// Looking up a known text takes no lock and writes only to the thread's own cell (Places.h). The order of steps makes
+// that safe:
 //
-//   - A reader finds an id in the hash table, adds a reference to the id, and then loads the id's node. A node that is
-//     there can no longer go away, and only now does the reader touch its text. If it is another text, or none, the
-//     reader gives the reference back.
-//   - Whoever reclaims an id first hides its node, then sums the references. A reader that added one before the sum is
-//     seen by it; a reader that added one behind it finds no node.
+//   - A reader finds an entry in the hash table, adds a reference to it, and then looks whether the entry is alive and
+//     not hidden. If so, it can no longer go away, and only now does the reader touch its text. If it is another text,
+//     or the entry is gone or hidden, the reader gives the reference back.
+//   - Whoever releases an entry hides it, calls Barrier, and then sums the references. A reader that added one before
+//     is seen; a reader that adds one later finds the entry hidden and asks again under the lock.
 //
-// Ids, their records and their counts are never released, only reused, so a reader that holds an outdated id does no
-// harm. New texts and releases take the lock of one of ShardCount shards.
+// When to look whether a text is unused: each entry has an anchor, a place. As long as the anchor's references are more
+// than what all places together gave back beyond what they added (the entry's debt), the text is in use whatever
+// others do, and their coming and going concerns nobody. A thread that breaks this, by giving back at the anchor or by
+// raising the debt, makes the entry a suspect. Suspects wait in their place's list; a few dozen share one Barrier, and
+// in a program with one thread they need none and are settled at once.
+//
+// Entries, slots and cells are never returned to the system, only reused, so that a reader with an outdated one does
+// no harm. New texts and releases take the lock of one of ShardCount shards.
 #pragma once
 
 #include <atomic>
@@ -18,44 +24,76 @@
 
 #include <qs/FixedString.h>
 
-#include "strings/ReferenceCounts.h"
+#include "strings/Places.h"
 
 namespace qs {
 
 namespace strings {
 
-/// In front of every interned text. The length stands directly before the characters.
-struct Node
+/// Directly in front of the characters of every text.
+struct TextHeader
 {
-    u64 hash;
     u32 id;
     u32 length;
-
-    char* GetText() { return reinterpret_cast<char*>(this + 1); }
 };
-static_assert(sizeof(Node) == 16);
 
 /// The id of texts that are never released.
 constexpr u32 ImmortalId = 0xffffffffu;
 
-inline Node* GetNode(const char* text)
+inline TextHeader* GetTextHeader(const char* text)
 {
-    return reinterpret_cast<Node*>(const_cast<char*>(text)) - 1;
+    return reinterpret_cast<TextHeader*>(const_cast<char*>(text)) - 1;
 }
 
-struct Record
+/// Bits of an entry's state: the generation, the anchor, and flags.
+enum EEntryState : u32
 {
-    std::atomic<Node*> node; ///< null while the id is free or being reclaimed
-    std::atomic<u32> anchor;
-    u32 nextFree; ///< next id of the shard's free list plus 1
+    EntryAlive = 1,
+    EntryHidden = 2,
+    EntrySuspect = 4,
 };
+constexpr u32 AnchorShift = 8;
+constexpr u32 GenerationShift = 20;
+constexpr u32 NoAnchor = 0xff;
+static_assert(PlaceCount <= NoAnchor);
 
-/// Open addressing with linear probing. A cell holds the upper half of the hash and the id plus 1; 0 is empty.
+constexpr u32 GetAnchor(u32 state)
+{
+    return state >> AnchorShift & 0xff;
+}
+constexpr u32 GetStateGeneration(u32 state)
+{
+    return state >> GenerationShift;
+}
+
+// Sanitizers see a use behind the release only in blocks of their own.
+#if defined(GLEAM_SANITIZE)
+constexpr u32 InlineSize = 0;
+#else
+constexpr u32 InlineSize = 28;
+#endif
+
+/// One line of the processor's cache. Texts that fit stand in it.
+struct alignas(64) Entry
+{
+    std::atomic<u32> state;
+    std::atomic<u32> debt;
+    u64 hash;
+    char* text;
+    u32 nextFree; ///< next id of the shard's free list plus 1
+    TextHeader inlineHeader;
+    char inlineText[28];
+
+    u32 GetId() const { return inlineHeader.id; }
+};
+static_assert(sizeof(Entry) == 64);
+
+/// Open addressing with linear probing. A slot holds the top 16 bits of the hash and the entry's address; 0 is empty.
 struct Slots
 {
     u32 mask;
     Slots* older; ///< kept, because readers may still be in it
-    std::atomic<u64> cells[1];
+    std::atomic<u64> slots[1];
 };
 
 struct Shard
@@ -76,27 +114,59 @@ public:
     static FixedString::Handle Intern(const char* text, u32 length);
     static void AddReference(u32 id);
     static void ReleaseReference(u32 id);
+    /// Exact when no other thread uses strings meanwhile.
     static u64 GetCount();
     static u64 GetReferences(u32 id);
+    /// Settles the suspects of a place.
+    static void ReleasePending(u32 place);
 
 private:
-    static constexpr u32 ShardBits = 4;
-    static constexpr u32 ShardCount = 1u << ShardBits;
+    static constexpr u32 ShardCount = 16;
 
-    static strings::Record* FindRecord(u32 id);
-    static strings::Node* Acquire(u32 id, u64 hash, const char* text, u32 length);
-    static strings::Node* FindNode(const strings::Slots* slots, u64 hash, const char* text, u32 length);
-    static strings::Node* InternLocked(strings::Shard& shard, u64 hash, const char* text, u32 length);
-    static bool TakeId(strings::Shard& shard, u32& id);
-    static void ReleaseElsewhere(u32 id);
-    static void Reclaim(u32 id);
-    static bool InsertSlot(strings::Shard& shard, u64 hash, u32 id);
-    static bool GrowSlots(strings::Shard& shard);
-    static void RemoveSlot(strings::Shard& shard, u64 hash, u32 id);
+    QS_COLD static FixedString::Handle InternUnderLock(u64 hash, const char* text, u32 length);
+    static strings::Entry* FindEntry(u32 id);
+    static strings::Shard& GetShard(u32 id) { return s_shards[id % ShardCount]; }
+    static strings::Entry* Find(const strings::Slots* slots, u64 hash, const char* text, u32 length);
+    static bool Acquire(strings::Entry& entry, const char* text, u32 length);
+    static void GiveBack(strings::Entry& entry, u32 id, u32 generation);
+    QS_COLD static void GiveBackBelowZero(strings::Entry& entry, u32 id, u32 generation);
+
+    static strings::Entry* InternNolock(strings::Shard& shard, u64 hash, const char* text, u32 length);
+    static strings::Entry* FindNolock(strings::Shard& shard, u64 hash, const char* text, u32 length);
+    static strings::Entry* TakeEntryNolock(strings::Shard& shard);
+    static void ReturnEntryNolock(strings::Shard& shard, strings::Entry& entry);
+    static void ReleaseEntryNolock(strings::Shard& shard, strings::Entry& entry);
+
+    QS_COLD static void AddSuspect(strings::Entry& entry);
+    static bool ProcessSuspects(u32 place);
+    static void ProcessAllSuspects();
+    static bool HideNolock(strings::Entry& entry);
+    static bool SettleNolock(strings::Shard& shard, strings::Entry& entry);
 
     static strings::Shard s_shards[ShardCount];
-    static std::atomic<strings::Record*> s_records[strings::PageCount];
-    static strings::ReferenceCounts s_counts;
+    static std::atomic<strings::Entry*> s_entries[strings::PageCount];
 };
+
+namespace strings {
+
+/// Slots of a shard; the shard's lock is held.
+bool InsertSlotNolock(Shard& shard, Entry& entry);
+void RemoveSlotNolock(Shard& shard, Entry& entry);
+
+constexpr u64 SlotAddressMask = (u64(1) << 48) - 1;
+inline u64 MakeSlot(u64 hash, const Entry* entry)
+{
+    return (hash & ~SlotAddressMask) | reinterpret_cast<std::uintptr_t>(entry);
+}
+inline Entry* GetSlotEntry(u64 slot)
+{
+    return reinterpret_cast<Entry*>(slot & SlotAddressMask);
+}
+inline u32 FirstSlot(u64 hash, u32 mask)
+{
+    return static_cast<u32>(hash >> 4) & mask;
+}
+
+} // namespace strings
 
 } // namespace qs
