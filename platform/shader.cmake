@@ -28,6 +28,7 @@ list(APPEND PLATFORM_SOURCES
   src/shader/ShaderMessages.cpp
   src/shader/ShaderModule.cpp
   src/shader/ShaderReflection.cpp
+  src/shader/SpirvMatrixRows.cpp
   src/shader/SpirvModule.cpp
   src/shader/SpirvPatches.cpp
   src/shader/SpirvTools.cpp

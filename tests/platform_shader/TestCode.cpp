@@ -113,7 +113,7 @@ TEST(ShaderCode, NeedsNoExtensionAndPassesTheValidatorUnderEveryFlag)
         options.flags = flags;
         const gleam::ShaderModule module = Module(text, "ps_5_0", options);
         std::string message;
-        EXPECT_TRUE(gleam::ValidateSpirv(module.spirv, gleam::EBlockCheck::None, message)) << message;
+        EXPECT_TRUE(gleam::ValidateSpirv(module.spirv, message)) << message;
         EXPECT_TRUE(All(module.spirv, spv::Op::OpExtension).empty());
         EXPECT_TRUE(All(module.spirv, spv::Op::OpFunctionCall).empty());
     }

@@ -25,7 +25,7 @@ Linked Link(const char* pixelText)
     Linked linked;
     EXPECT_TRUE(gleam::LinkPixelStage(vertex, pixel, linked.spirv));
     std::string message;
-    EXPECT_TRUE(gleam::ValidateSpirv(linked.spirv, gleam::EBlockCheck::Scalar, message)) << message;
+    EXPECT_TRUE(gleam::ValidateSpirv(linked.spirv, message)) << message;
 
     gleam::SpirvModule module;
     EXPECT_TRUE(module.Parse(linked.spirv));

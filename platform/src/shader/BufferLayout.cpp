@@ -103,32 +103,6 @@ bool Overlap(const BufferInfo& buffer, std::string& error)
     return false;
 }
 
-/// Place of one variable or member, and its type.
-struct Placed
-{
-    std::uint64_t offset;
-    const TypeInfo* type;
-};
-
-bool SharesMatrixRow(std::vector<Placed> values)
-{
-    std::stable_sort(values.begin(), values.end(),
-                     [](const Placed& a, const Placed& b) { return a.offset < b.offset; });
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const TypeInfo& type = *values[i].type;
-        const std::uint64_t end = values[i].offset + SizeOf(type, EBufferRule::Rows);
-        if (type.variableClass == D3D_SVC_MATRIX_ROWS && i + 1 < values.size() &&
-            values[i + 1].offset < RoundUp(end, RowBytes))
-            return true;
-        std::vector<Placed> members;
-        for (const MemberInfo& member : type.members)
-            members.push_back({member.type.offset, &member.type});
-        if (SharesMatrixRow(std::move(members)))
-            return true;
-    }
-    return false;
-}
-
 EBufferRule RuleOf(const BufferInfo& buffer)
 {
     return buffer.type == D3D_CT_RESOURCE_BIND_INFO ? EBufferRule::Tight : EBufferRule::Rows;
@@ -176,14 +150,6 @@ bool LayOut(BufferInfo& buffer, std::string& error)
     }
     buffer.size = static_cast<std::uint32_t>(rule == EBufferRule::Rows ? RoundUp(size, RowBytes) : size);
     return !Overlap(buffer, error);
-}
-
-bool SharesMatrixRow(const BufferInfo& buffer)
-{
-    std::vector<Placed> variables;
-    for (const VariableInfo& variable : buffer.variables)
-        variables.push_back({variable.offset, &variable.type});
-    return RuleOf(buffer) == EBufferRule::Rows && SharesMatrixRow(std::move(variables));
 }
 
 } // namespace gleam

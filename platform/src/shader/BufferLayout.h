@@ -12,7 +12,7 @@
 #include <string>
 
 #include "shader/ShaderInfo.h"
-#include "shader/SpirvModule.h"
+#include "shader/SpirvMatrixRows.h"
 
 namespace gleam {
 
@@ -33,12 +33,10 @@ std::uint32_t MatrixStride(const TypeInfo& type, EBufferRule rule);
 /// (D3D_SVF_USERPACKED) stay. False, with a text, when variables overlap or the buffer exceeds 64 KiB.
 bool LayOut(BufferInfo& buffer, std::string& error);
 
-/// Whether something starts within the last row of a row_major matrix. Such a layout works, but SPIRV-Tools takes that
-/// row for the matrix's own and would refuse it.
-bool SharesMatrixRow(const BufferInfo& buffer);
-
-/// Rewrites offsets and strides of the structure type behind variable `variable` in the module. False when the type
-/// does not have the shape that `buffer` tells.
-bool ApplyLayout(SpirvModule& module, std::uint32_t variable, const BufferInfo& buffer);
+/// Rewrites offsets and strides of the structure type behind variable `variable` in the module, and adds to `rows` the
+/// matrices whose last row does not fill its register. False when the type does not have the shape that `buffer`
+/// tells.
+bool ApplyLayout(SpirvModule& module, std::uint32_t variable, const BufferInfo& buffer,
+                 std::set<StructureMember>& rows);
 
 } // namespace gleam

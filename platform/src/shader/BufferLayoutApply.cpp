@@ -11,7 +11,7 @@ namespace {
 class LayoutDecorations
 {
 public:
-    explicit LayoutDecorations(SpirvModule& module) : m_module(module) {}
+    LayoutDecorations(SpirvModule& module, std::set<StructureMember>& rows) : m_module(module), m_rows(rows) {}
 
     /// The value of `type`, whose shape `info` tells; `elements` counts how many elements of `info` one value spans
     /// while arrays of arrays are taken apart.
@@ -35,8 +35,14 @@ public:
         m_members[{type, index, spv::Decoration::Offset}] = offset;
         const bool isMatrix =
             member.variableClass == D3D_SVC_MATRIX_ROWS || member.variableClass == D3D_SVC_MATRIX_COLUMNS;
-        if (isMatrix)
-            m_members[{type, index, spv::Decoration::MatrixStride}] = MatrixStride(member, rule);
+        if (!isMatrix)
+            return;
+        const std::uint32_t stride = MatrixStride(member, rule);
+        m_members[{type, index, spv::Decoration::MatrixStride}] = stride;
+        // SPIR-V trims the last vector of the other packing itself.
+        const bool fills = member.columns * (member.type == D3D_SVT_DOUBLE ? 8u : 4u) == stride;
+        if (member.variableClass == D3D_SVC_MATRIX_ROWS && !fills)
+            m_rows.insert({type, index});
     }
 
     void Write()
@@ -85,6 +91,7 @@ private:
     }
 
     SpirvModule& m_module;
+    std::set<StructureMember>& m_rows;
     std::map<std::uint32_t, std::uint32_t> m_strides;
     std::map<std::tuple<std::uint32_t, std::uint32_t, spv::Decoration>, std::uint32_t> m_members;
 };
@@ -102,14 +109,14 @@ std::uint32_t BlockType(SpirvModule& module, std::uint32_t variable)
 
 } // namespace
 
-bool ApplyLayout(SpirvModule& module, std::uint32_t variable, const BufferInfo& buffer)
+bool ApplyLayout(SpirvModule& module, std::uint32_t variable, const BufferInfo& buffer, std::set<StructureMember>& rows)
 {
     const std::uint32_t block = BlockType(module, variable);
     if (block == 0)
         return false;
     const std::vector<std::uint32_t> members(module.Find(block)->operands.begin() + 1,
                                              module.Find(block)->operands.end());
-    LayoutDecorations decorations(module);
+    LayoutDecorations decorations(module, rows);
     if (members.size() != buffer.variables.size())
         return false;
     const bool isElement = buffer.type == D3D_CT_RESOURCE_BIND_INFO;

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <bit>
 #include <map>
+#include <set>
 
 #include "d3dcompiler.h"
 #include "shader/BufferLayout.h"
@@ -45,6 +46,7 @@ std::map<std::uint32_t, std::uint32_t> VariablesByNumber(const SpirvModule& modu
 void LayOutBuffers(SpirvModule& module, HlslProgram& program)
 {
     const auto variables = VariablesByNumber(module);
+    std::set<StructureMember> rows;
     for (HlslResource& resource : program.resources) {
         if (!resource.buffer)
             continue;
@@ -52,10 +54,11 @@ void LayOutBuffers(SpirvModule& module, HlslProgram& program)
         if (!LayOut(*resource.buffer, error))
             throw Failure{"X4586: " + error};
         const auto variable = variables.find(resource.provisional);
-        if (variable != variables.end() && !ApplyLayout(module, variable->second, *resource.buffer))
+        if (variable != variables.end() && !ApplyLayout(module, variable->second, *resource.buffer, rows))
             throw Failure{"X9001: internal error: generated code does not match the layout of '" +
                           resource.buffer->name + "'"};
     }
+    DeclareMatricesAsRows(module, rows);
 }
 
 void Parse(SpirvModule& module, const std::vector<std::uint32_t>& words)
@@ -179,12 +182,10 @@ bool RunsPerSample(const SpirvModule& module)
     });
 }
 
-void Validate(const std::vector<std::uint32_t>& words, const ShaderInfo& info)
+void Validate(const std::vector<std::uint32_t>& words)
 {
-    const bool isUsual = std::none_of(info.buffers.begin(), info.buffers.end(),
-                                      [](const BufferInfo& buffer) { return SharesMatrixRow(buffer); });
     std::string message;
-    if (!ValidateSpirv(words, isUsual ? EBlockCheck::Scalar : EBlockCheck::None, message))
+    if (!ValidateSpirv(words, message))
         throw Failure{"X8000: validation error: " + message};
 }
 
@@ -253,7 +254,7 @@ CompileResult Compile(const CompileRequest& request)
     program.info.flags = request.flags;
     words = module.Words();
     if (!(request.flags & D3DCOMPILE_SKIP_VALIDATION))
-        Validate(words, program.info);
+        Validate(words);
     result.container = WriteContainer(words, program.info);
     return result;
 }

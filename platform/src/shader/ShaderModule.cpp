@@ -38,7 +38,7 @@ bool CodeIsSound(const std::vector<std::uint32_t>& spirv, EShaderStage stage)
 {
     SpirvModule module;
     std::string message;
-    return module.Parse(spirv) && EntryPointFits(module, stage) && ValidateSpirv(spirv, EBlockCheck::None, message);
+    return module.Parse(spirv) && EntryPointFits(module, stage) && ValidateSpirv(spirv, message);
 }
 
 HRESULT Parse(std::span<const std::uint8_t> bytes, ShaderModule& module)

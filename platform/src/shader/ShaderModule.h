@@ -100,8 +100,8 @@ struct SignatureElement
     static constexpr std::uint32_t NoLocation = 0xffffffff;
 };
 
-/// A checked compiled shader. `spirv` has passed the SPIR-V validator for Vulkan 1.3, whose checks of block offsets
-/// ran when it was compiled; it needs the device features scalarBlockLayout and shaderDrawParameters, and by what it
+/// A checked compiled shader. `spirv` has passed the SPIR-V validator for Vulkan 1.3 with scalar block layout; it
+/// needs the device features scalarBlockLayout and shaderDrawParameters, and by what it
 /// declares sampleRateShading, shaderClipDistance, shaderCullDistance, shaderStorageImageWriteWithoutFormat,
 /// geometryShader, tessellationShader. The entry point is called "main".
 struct ShaderModule

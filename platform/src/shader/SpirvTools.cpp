@@ -31,13 +31,12 @@ bool OptimizeSpirv(std::vector<std::uint32_t>& words, EOptimization level, std::
     return optimizer.Run(words.data(), words.size(), &words, options);
 }
 
-bool ValidateSpirv(std::span<const std::uint32_t> words, EBlockCheck blocks, std::string& message)
+bool ValidateSpirv(std::span<const std::uint32_t> words, std::string& message)
 {
     spvtools::SpirvTools tools(Target);
     tools.SetMessageConsumer(Collect(message));
     spvtools::ValidatorOptions options;
     options.SetScalarBlockLayout(true);
-    options.SetSkipBlockLayout(blocks == EBlockCheck::None);
     return tools.Validate(words.data(), words.size(), options);
 }
 

@@ -24,6 +24,6 @@ enum class EBlockCheck
 };
 
 /// Checks against the rules of Vulkan 1.3, for block offsets those of scalar layout or none.
-bool ValidateSpirv(std::span<const std::uint32_t> words, EBlockCheck blocks, std::string& message);
+bool ValidateSpirv(std::span<const std::uint32_t> words, std::string& message);
 
 } // namespace gleam
