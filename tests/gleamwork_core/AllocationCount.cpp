@@ -1,9 +1,8 @@
 // Counts the program's calls of the allocating operators, the libraries' included. All forms are replaced together: a
 // block must not come from one set of operators and go back through another.
-#include "AllocationCount.h"
-
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 

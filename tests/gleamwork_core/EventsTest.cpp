@@ -119,15 +119,15 @@ TEST(WindowEvents, DeferredDeliveryAsserts)
 {
     qs::LogCapture log;
     gw::WindowResizeEvent(1, 1, nullptr, false, 0, 0).OnVisit(nullptr);
-    EXPECT_TRUE(log.Contains("WindowResizeEvent should be executed directly and not deferred !!!", 8));
     gw::WindowCloseEvent().OnVisit(nullptr);
-    EXPECT_TRUE(log.Contains("WindowCloseEvent should be executed directly and not deferred !!!", 8));
     gw::WindowDisplayChangedEvent(nullptr).OnVisit(nullptr);
-    EXPECT_TRUE(log.Contains("WindowDisplayChangedEvent should be executed directly and not deferred !!!", 8));
     gw::APIPreResetDeviceEvent().OnVisit(nullptr);
-    EXPECT_TRUE(log.Contains("APIPreResetDeviceEvent should be executed directly and not deferred !!!", 8));
     gw::APIPostResetDeviceEvent().OnVisit(nullptr);
-    EXPECT_TRUE(log.Contains("APIPostResetDeviceEvent should be executed directly and not deferred !!!", 8));
+    for (const char* event : {"WindowResizeEvent", "WindowCloseEvent", "WindowDisplayChangedEvent",
+                              "APIPreResetDeviceEvent", "APIPostResetDeviceEvent"}) {
+        const std::string text = std::string(event) + " should be executed directly and not deferred !!!";
+        EXPECT_TRUE(log.Contains(text.c_str(), qs::LogLevelAssertion)) << text;
+    }
     EXPECT_EQ(log.Count(), 5u);
 }
 

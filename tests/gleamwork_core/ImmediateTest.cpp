@@ -1,11 +1,13 @@
 // Immediate drawing, looked at: what a device draws for each of the five draws and the full-screen geometry.
-#include "AllocationCount.h"
 #include "CoreFixture.h"
 
 #include "Gleamwork/GWFS.h"
 
 #include <cmath>
 #include <fstream>
+
+/// Calls of the operators new in the program and its libraries so far.
+std::uint64_t GetOperatorNewCount();
 
 namespace {
 

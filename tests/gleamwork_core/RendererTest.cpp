@@ -75,26 +75,14 @@ TEST_F(RendererTest, ViewPropertiesReachTheirPlaces)
     projection(2, 3) = 1;
     m_renderer->SetRenderProperties(view, projection, {4, 5, 6}, 7, 8);
     m_renderer->SetRenderFrustrumCorners({10, 0, 0}, {0, 1, 0}, {0, 0, 1}, {20, 0, 0}, {0, 2, 0}, {0, 0, 2});
-    m_renderer->SetClusteredLightingProperties(1, 2, 3, 4);
     const gw::RendererProperties& properties = *m_renderer->GetRenderProperties();
     EXPECT_EQ(properties.viewProjection(3, 3), 1 + 3.0f);
     EXPECT_EQ(properties.viewPosition, Vector4f(4, 5, 6, 1));
-    EXPECT_EQ(properties.viewInfo1, 8);
-    EXPECT_EQ(properties.clusteredLighting, Vector4f(1, 2, 3, 4));
     EXPECT_EQ(properties.frustumCornersWorld[0], Vector4f(10, 1, -1, 0));
     EXPECT_EQ(properties.frustumCornersWorld[1], Vector4f(10, 1, 3, 0));
     EXPECT_EQ(properties.frustumCornersWorld[2], Vector4f(10, -3, -1, 0));
     EXPECT_EQ(properties.frustumCornersView[2], Vector4f(20, -6, -2, 0));
     EXPECT_EQ(properties.frustumCornersWorld[3], Vector4f());
-
-    EXPECT_EQ(m_renderer->GetAtmosphereProperties()->fogProperties, Matrix4x4f::Zero());
-    m_renderer->SetAtmosphereProperties(view, Matrix3x4f(), {1, 2, 3, 4}, 5, 6);
-    m_renderer->SetWindClothSpeedProperties(7, 8, 9);
-    const gw::AtmosphereProperties& atmosphere = *m_renderer->GetAtmosphereProperties();
-    EXPECT_EQ(atmosphere.fogProperties, view);
-    EXPECT_EQ(atmosphere.windAngle, 5);
-    EXPECT_EQ(atmosphere.viewPositionW, 6);
-    EXPECT_EQ(atmosphere.windClothSpeed[2], 9);
 }
 
 TEST_F(RendererTest, DebugRenderPassKeepsACopyOfTheTarget)
@@ -205,16 +193,9 @@ TEST_F(RendererTest, FontsGoWithTheirTexture)
     m_renderer->Destroy();
     ExpectAssert("Textured Fonts still alive at shutdown!");
     EXPECT_FALSE(m_renderer->IsAlive(font.texture));
-    ASSERT_TRUE(m_renderer->Create());
-}
-
-TEST_F(RendererTest, FullScreenTriangleLivesBetweenCreateAndDestroy)
-{
-    m_renderer->Destroy();
     m_renderer->GetDefaultFullScreenTriangle();
     ExpectAssert("Fullscreen triangle accessed before it's created!");
     ASSERT_TRUE(m_renderer->Create());
-    m_renderer->GetDefaultFullScreenTriangle();
 }
 
 TEST_F(RendererTest, FullScreenGeometryIsMadeOnceAndRemovedThroughTheQueue)

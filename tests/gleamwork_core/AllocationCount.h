@@ -1,6 +1,0 @@
-// How often the program asked for memory through the operators new.
-#pragma once
-
-#include <cstdint>
-
-std::uint64_t GetOperatorNewCount();
