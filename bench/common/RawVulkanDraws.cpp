@@ -2,8 +2,8 @@
 // command buffer, one submission. Entry points come from the driver, past the loader.
 #include "bench/common/RawVulkanDraws.h"
 
-#include <SPIRV/GlslangToSpv.h>
 #include <glslang/Public/ShaderLang.h>
+#include <glslang/SPIRV/GlslangToSpv.h>
 #include <vulkan/vulkan.h>
 
 #include <cstring>
@@ -72,9 +72,10 @@ constexpr VkDeviceSize PixelBytes = DrawScene::Target * DrawScene::Target * 4;
 
 #define RAW_DEVICE_CALLS(X)                                                                                            \
     X(BeginCommandBuffer)                                                                                              \
-    X(EndCommandBuffer) X(ResetCommandPool) X(CmdBeginRendering) X(CmdEndRendering) X(CmdBindPipeline)                 \
-        X(CmdSetViewport) X(CmdSetScissor) X(CmdBindDescriptorSets) X(CmdDraw) X(CmdPipelineBarrier)                   \
-            X(CmdCopyImageToBuffer) X(QueueSubmit) X(WaitForFences) X(ResetFences)
+    X(EndCommandBuffer)                                                                                                \
+    X(ResetCommandPool) X(CmdBeginRendering) X(CmdEndRendering) X(CmdBindPipeline) X(CmdSetViewport) X(CmdSetScissor)  \
+        X(CmdBindDescriptorSets) X(CmdDraw) X(CmdPipelineBarrier) X(CmdCopyImageToBuffer) X(QueueSubmit)               \
+            X(WaitForFences) X(ResetFences)
 
 struct RawVulkanDraws::State
 {

@@ -276,7 +276,8 @@ struct ID3D11DeviceContext : public ID3D11DeviceChild
                                                    UINT SampleMask) = 0;
     virtual void STDMETHODCALLTYPE OMSetDepthStencilState(ID3D11DepthStencilState* pDepthStencilState,
                                                           UINT StencilRef) = 0;
-    /// Shader resource and unordered access bindings of the same subresources are set to null, in every stage.
+    /// Shader resources of the same subresources are set to null in every graphics stage, and unordered access views of
+    /// the output stage go.
     virtual void STDMETHODCALLTYPE OMSetRenderTargets(UINT NumViews, ID3D11RenderTargetView* const* ppRenderTargetViews,
                                                       ID3D11DepthStencilView* pDepthStencilView) = 0;
     virtual void STDMETHODCALLTYPE OMSetRenderTargetsAndUnorderedAccessViews(

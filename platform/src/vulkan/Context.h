@@ -395,6 +395,7 @@ private:
     }
     bool BufferNeeds(const Buffer& buffer, const Access& access) const;
     void UseBuffer(Buffer& buffer, const Access& access);
+    void UseInputBuffers();
     void UseTexture(Texture& texture, const SubresourceRange& range, const Access& access);
     void RecordBarriers();
     /// The command buffer for work outside of passes, barriers recorded.

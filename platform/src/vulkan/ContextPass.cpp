@@ -46,12 +46,28 @@ void Context::UseBuffer(Buffer& buffer, const Access& access)
         return;
     }
     Dependency dependency;
+    if (access.isWrite && buffer.IsHostWritten() && buffer.state == AccessState{}) {
+        // Reads of slices are not kept account of, so the device's first write waits for all of them.
+        m_barriers.AddMemory({VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT, 0, VK_IMAGE_LAYOUT_UNDEFINED}, access);
+    }
     if (Advance(buffer.state, access, false, dependency)) {
         m_barriers.AddMemory(dependency, access);
     }
     buffer.MarkUsed(m_stream.Serial());
     if (access.isWrite) {
         buffer.lastWrite = m_stream.Serial();
+    }
+}
+
+void Context::UseInputBuffers()
+{
+    for (const VertexBufferBinding& binding : m_state.vertexBuffers) {
+        if (binding.buffer) {
+            UseBuffer(*binding.buffer, access::BufferRead);
+        }
+    }
+    if (m_state.indexBuffer) {
+        UseBuffer(*m_state.indexBuffer, access::BufferRead);
     }
 }
 
@@ -198,10 +214,13 @@ void Context::UpdatePass()
     }
     if (!m_inPass) {
         BeginPass();
-    } else if (m_dirty & DirtyHazards) {
+    } else {
         // Nothing has to wait, but everything has to be counted as used.
-        for (unsigned stage = 0; stage < StageCompute; ++stage) {
+        for (unsigned stage = 0; (m_dirty & DirtyHazards) && stage < StageCompute; ++stage) {
             PrepareStage(static_cast<EStage>(stage));
+        }
+        if (m_dirty & (DirtyVertexBuffers | DirtyIndexBuffer)) {
+            UseInputBuffers();
         }
     }
     m_dirty &= ~DirtyHazards;
@@ -226,14 +245,7 @@ void Context::BeginPass()
     for (unsigned stage = 0; stage < StageCompute; ++stage) {
         PrepareStage(static_cast<EStage>(stage));
     }
-    for (const VertexBufferBinding& binding : m_state.vertexBuffers) {
-        if (binding.buffer) {
-            UseBuffer(*binding.buffer, access::BufferRead);
-        }
-    }
-    if (m_state.indexBuffer) {
-        UseBuffer(*m_state.indexBuffer, access::BufferRead);
-    }
+    UseInputBuffers();
 
     VkRenderingAttachmentInfo colors[D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT];
     VkRenderingAttachmentInfo depth{VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO};

@@ -1,7 +1,4 @@
 // Opens the Vulkan device and keeps its time line.
-//
-// Switches of GLEAM_DEBUG that are read here: `lose-device=N` makes the N-th submission report a lost device, `sync`
-// waits for each submission.
 #include "vulkan/Gpu.h"
 
 #include <malloc.h>

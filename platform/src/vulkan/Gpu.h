@@ -36,6 +36,8 @@ struct GpuFeatures
     bool mirrorOnce = false;
 };
 
+/// Reads two switches of GLEAM_DEBUG when it is made: `lose-device=N` makes the N-th submission report a lost device,
+/// `sync` waits for each submission.
 class Gpu
 {
 public:

@@ -45,7 +45,8 @@ bool WriteFile(const std::filesystem::path& path, const std::vector<char>& bytes
 {
     // Written aside and renamed, so that no other process ever sees half a file.
     std::filesystem::path aside = path;
-    aside += "." + std::to_string(getpid());
+    aside += '.';
+    aside += std::to_string(getpid());
     FileHeader header;
     std::memcpy(header.magic, Magic, sizeof Magic);
     header.size = bytes.size();

@@ -216,6 +216,10 @@ const VertexInputState& InputLayout::For(const Shader& vertexShader)
             return *state;
         }
     }
+    // Shaders that are gone leave their entries behind; a fresh start now and then drops them.
+    if (m_states.size() >= MostStates) {
+        m_states.clear();
+    }
     m_states.emplace_back(vertexShader.id, std::make_unique<VertexInputState>(Resolve(m_elements, vertexShader)));
     return *m_states.back().second;
 }

@@ -139,7 +139,7 @@ class InputLayout final : public DeviceChild<ID3D11InputLayout, IID_ID3D11InputL
 public:
     InputLayout(ID3D11Device* device, std::vector<LayoutElement>&& elements);
 
-    /// The input for a shader, found by semantic. Context thread. Valid while the layout lives.
+    /// The input for a shader, found by semantic. Context thread. Valid until the next call.
     const VertexInputState& For(const Shader& vertexShader);
 
     /// Input of a shader without a layout: zeros everywhere.
@@ -150,6 +150,8 @@ public:
     uint32_t slotMask = 0;
 
 private:
+    static constexpr std::size_t MostStates = 64;
+
     const std::vector<LayoutElement> m_elements;
     std::vector<std::pair<std::uint64_t, std::unique_ptr<VertexInputState>>> m_states;
 };

@@ -109,7 +109,12 @@ void UploadQueue::SendIfLargeNolock()
     std::vector<Slice> used;
     RecordNolock(m_commands, used);
     Check(m_gpu.vk.EndCommandBuffer(m_commands), "vkEndCommandBuffer");
-    m_gpu.SubmitAndWait(m_commands);
+    try {
+        m_gpu.SubmitAndWait(m_commands);
+    } catch (const VulkanError&) {
+        m_gpu.slices.Release(used.data(), used.size());
+        throw;
+    }
     m_gpu.slices.Release(used.data(), used.size());
 }
 
