@@ -46,6 +46,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "RWTexture2D<float4> u : register(u1);\nfloat4 main() : SV_Target { return u[int2(0, 0)]; }",
                     "test.hlsl(1,1): error X3676: typed UAV loads are only allowed for single-component 32-bit element "
                     "types: 'u'"},
+        MessageCase{"IntegerMatrix", "int2x2 m; float4 main() : SV_Target { return m[0][0]; }",
+                    "test.hlsl(1,1): error X3000: matrices of integers or booleans are not supported"},
         MessageCase{"OverlappingRegisters",
                     "Texture2D a : register(t1); Texture2D b[2] : register(t0); SamplerState s;\n"
                     "float4 main() : SV_Target { return a.Sample(s, 0) + b[1].Sample(s, 0); }",

@@ -197,6 +197,12 @@ TEST(ShaderReflection, CountsByKind)
     EXPECT_EQ(D3D11_SHVER_GET_MAJOR(d.Version) * 10 + D3D11_SHVER_GET_MINOR(d.Version), 50u);
     EXPECT_EQ(d.Flags, static_cast<UINT>(D3DCOMPILE_OPTIMIZATION_LEVEL3));
 
+    const Reflected indexed("uint n; float4 main(float4 v : V) : SV_Target { float a[4] = {v.x * 2, v.w, sin(v.z), 1}; "
+                            "return a[n & 3]; }",
+                            "ps_5_0");
+    EXPECT_EQ(indexed.Desc().TempArrayCount, 1u);
+    EXPECT_GE(indexed.Desc().ArrayInstructionCount, 2u);
+
     // More work counts more, and work that the optimiser removes does not count.
     const auto count = [](const char* body) {
         return Reflected("float4 v; float4 main() : SV_Target {" + std::string(body) + "}", "ps_5_0")

@@ -40,6 +40,16 @@ TEST(ShaderTexts, FormsThatNeedTranslation)
     const gleam::ShaderModule scaled =
         Module("float4 v; float e; float4 main() : SV_Target { return ldexp(v, e) + ldexp(v.x, 2); }", "ps_5_0");
     EXPECT_EQ(All(scaled.spirv, spv::Op::OpFunctionCall).size(), 0u);
+    const gleam::ShaderModule gathered = Module(
+        "Texture2D<float> t; TextureCube c; SamplerComparisonState s; SamplerState p; float4 main(float2 u : T) : "
+        "SV_Target { return t.GatherCmp(s, u, 0.5) + t.GatherCmpRed(s, u, 0.5, int2(1, 0)) + "
+        "c.GatherCmp(s, u.xyx, 0.5) + c.Gather(p, u.xyx); }",
+        "ps_5_0");
+    EXPECT_EQ(All(gathered.spirv, spv::Op::OpImageDrefGather).size(), 3u);
+    EXPECT_TRUE(All(gathered.spirv, spv::Op::OpExtension).empty());
+    const gleam::ShaderModule perSample =
+        Module("float4 main(float4 a : A) : SV_Target { return EvaluateAttributeAtSample(a, 1); }", "ps_5_0");
+    EXPECT_EQ(perSample.inputs.at(0).readWriteMask, 15u);
     // States in the text belong to effects and are passed over.
     EXPECT_EQ(Compile("SamplerState s { Filter = MIN_MAG_MIP_LINEAR; AddressU = Wrap; }; Texture2D t;"
                       "float4 main(float2 uv : T) : SV_Target { return t.Sample(s, uv); }",

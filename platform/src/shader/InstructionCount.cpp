@@ -1,6 +1,8 @@
 // Sorts SPIR-V operations into the kinds that reflection counts.
 #include "shader/InstructionCount.h"
 
+#include <unordered_set>
+
 namespace gleam {
 namespace {
 
@@ -156,14 +158,30 @@ bool IsLocalArray(SpirvModule& module, const SpirvInstruction& instruction)
     return type && type->op == spv::Op::OpTypeArray;
 }
 
+/// A pointer into one of the arrays.
+bool IsInto(const SpirvInstruction& instruction, const std::unordered_set<std::uint32_t>& arrays)
+{
+    return instruction.op == spv::Op::OpAccessChain && arrays.contains(instruction.operands[2]);
+}
+
+bool IsAccess(const SpirvInstruction& instruction, const std::unordered_set<std::uint32_t>& pointers)
+{
+    return (instruction.op == spv::Op::OpLoad && pointers.contains(instruction.operands[2])) ||
+           (instruction.op == spv::Op::OpStore && pointers.contains(instruction.operands[0]));
+}
+
 } // namespace
 
 InstructionCounts CountInstructions(SpirvModule& module)
 {
     InstructionCounts c;
+    std::unordered_set<std::uint32_t> arrays;
     for (std::size_t i = module.FirstFunction(); i < module.Instructions().size(); ++i) {
         const SpirvInstruction& instruction = module.Instructions()[i];
+        if (IsLocalArray(module, instruction) || IsInto(instruction, arrays))
+            arrays.insert(instruction.ResultId());
         c.tempArrays += IsLocalArray(module, instruction);
+        c.arrays += IsAccess(instruction, arrays);
         if (IsBookkeeping(instruction.op))
             continue;
         ++c.total;
@@ -172,7 +190,6 @@ InstructionCounts CountInstructions(SpirvModule& module)
         CountMove(instruction.op, c);
         CountArithmetic(module, instruction, c);
     }
-    c.arrays = c.tempArrays;
     return c;
 }
 

@@ -185,8 +185,11 @@ bool RunsPerSample(const SpirvModule& module)
 void Validate(const std::vector<std::uint32_t>& words)
 {
     std::string message;
-    if (!ValidateSpirv(words, message))
-        throw Failure{"X8000: validation error: " + message};
+    if (ValidateSpirv(words, message))
+        return;
+    if (message.find("Matrix types can only be parameterized") != std::string::npos)
+        throw Failure{"X3000: matrices of integers or booleans are not supported"};
+    throw Failure{"X8000: validation error: " + message};
 }
 
 /// Names in messages as the text has them.
@@ -236,6 +239,7 @@ CompileResult Compile(const CompileRequest& request)
     LayOutBuffers(module, program);
     ApplyDefaults(facts, program);
     ConnectCoverageInput(module);
+    RemoveGatherBias(module);
     std::vector<std::uint32_t> words = module.Words();
     Optimize(words, request.flags);
 

@@ -2,6 +2,7 @@
 #include "shader/SpirvPatches.h"
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <string>
 
@@ -11,6 +12,14 @@ namespace {
 SpirvInstruction Make(spv::Op op, std::vector<std::uint32_t> operands)
 {
     return {op, std::move(operands)};
+}
+
+void RemoveCapability(SpirvModule& module, spv::Capability capability)
+{
+    std::erase_if(module.Instructions(), [capability](const SpirvInstruction& i) {
+        return i.op == spv::Op::OpCapability && i.operands[0] == Word(capability);
+    });
+    module.Invalidate();
 }
 
 /// Input variable with the given built-in, or 0.
@@ -183,14 +192,6 @@ spv::ImageFormat ComponentFormat(SpirvModule& module, const SpirvInstruction& im
     return sampled->operands[2] ? spv::ImageFormat::R32i : spv::ImageFormat::R32ui;
 }
 
-void RemoveCapability(SpirvModule& module, spv::Capability capability)
-{
-    std::erase_if(module.Instructions(), [capability](const SpirvInstruction& i) {
-        return i.op == spv::Op::OpCapability && i.operands[0] == Word(capability);
-    });
-    module.Invalidate();
-}
-
 } // namespace
 
 void ConnectCoverageInput(SpirvModule& module)
@@ -220,6 +221,26 @@ void ConnectCoverageInput(SpirvModule& module)
     code.insert(at, {Make(spv::Op::OpAccessChain, {pointer, element, input, index}),
                      Make(spv::Op::OpLoad, {value, loaded, element}), Make(spv::Op::OpStore, {variable, loaded})});
     module.Invalidate();
+}
+
+void RemoveGatherBias(SpirvModule& module)
+{
+    constexpr std::size_t mask = 5;
+    for (SpirvInstruction& instruction : module.Instructions()) {
+        const bool hasMask = instruction.op == spv::Op::OpImageDrefGather && instruction.operands.size() > mask + 1;
+        if (!hasMask || !(instruction.operands[mask] & Word(spv::ImageOperandsMask::Bias)))
+            continue;
+        // The bias is the first of the mask's operands.
+        instruction.operands.erase(instruction.operands.begin() + mask + 1);
+        instruction.operands[mask] &= ~Word(spv::ImageOperandsMask::Bias);
+        if (instruction.operands[mask] == 0)
+            instruction.operands.pop_back();
+    }
+    RemoveCapability(module, spv::Capability::ImageGatherBiasLodAMD);
+    std::erase_if(module.Instructions(), [](const SpirvInstruction& i) {
+        return i.op == spv::Op::OpExtension &&
+               std::strcmp(reinterpret_cast<const char*>(i.operands.data()), "SPV_AMD_texture_gather_bias_lod") == 0;
+    });
 }
 
 void MakeVertexNumbersRelative(SpirvModule& module)

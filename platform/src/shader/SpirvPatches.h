@@ -11,6 +11,9 @@ namespace gleam {
 /// the parameter. For modules as generated, whose variables still have their names.
 void ConnectCoverageInput(SpirvModule& module);
 
+/// glslang gives GatherCmp without an offset its comparison value once more as a bias, which gathers do not have.
+void RemoveGatherBias(SpirvModule& module);
+
 /// SV_VertexID and SV_InstanceID count from 0 in every draw, while Vulkan's indices include the draw's first vertex
 /// and first instance: subtracts them wherever the code loads the indices.
 void MakeVertexNumbersRelative(SpirvModule& module);

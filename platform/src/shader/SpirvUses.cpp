@@ -181,6 +181,11 @@ private:
     void MarkRead(std::uint32_t value)
     {
         VariableUse* use = Root(value);
+        // Interpolation functions take the input itself.
+        if (use && use->id == value && use->storage == spv::StorageClass::Input) {
+            use->isRead = use->isWholeUsed = true;
+            use->components = 15;
+        }
         if (!use || use->id == value)
             return;
         if (use->storage == spv::StorageClass::UniformConstant)
