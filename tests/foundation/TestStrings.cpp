@@ -132,6 +132,34 @@ TEST(FixedString, SurvivesReleaseAndLookUpAtOnce)
     EXPECT_EQ(FixedString::GetInternedCount(), before);
 }
 
+// More threads than can have counts of their own, all alive at once.
+TEST(FixedString, ManyThreadsShareTexts)
+{
+    const qs::u64 before = FixedString::GetInternedCount();
+    const FixedString held = FixedString::Create("shared by all");
+    std::atomic<int> arrived{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 300; ++t) {
+        threads.emplace_back([&, t] {
+            FixedString mine = FixedString::Create(("of thread " + std::to_string(t / 3)).c_str());
+            ++arrived;
+            while (arrived < 300) {
+                std::this_thread::yield();
+            }
+            for (int i = 0; i < 50; ++i) {
+                mine = FixedString::Create("shared by all");
+                EXPECT_EQ(mine, held);
+                mine = FixedString::Create(("passing " + std::to_string(i)).c_str());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(held.GetReferenceCount(), 1u);
+    EXPECT_EQ(FixedString::GetInternedCount(), before + 1);
+}
+
 TEST(STDString, EditsItsText)
 {
     qs::STDString text("Path\\To\\File");

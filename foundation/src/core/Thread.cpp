@@ -10,6 +10,7 @@
 #include <utility>
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <qs/Profile.h>
 
@@ -80,7 +81,9 @@ void Thread::SetCurrentThreadName(const char* name)
 
 const char* Thread::GetCurrentThreadName()
 {
-    if (!g_threadState.name[0]) {
+    if (!g_threadState.name[0] && gettid() == getpid()) {
+        std::snprintf(g_threadState.name, sizeof g_threadState.name, "main");
+    } else if (!g_threadState.name[0]) {
         std::snprintf(g_threadState.name, sizeof g_threadState.name, "thread %u", GetThreadIndex());
     }
     return g_threadState.name;

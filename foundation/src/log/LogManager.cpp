@@ -115,10 +115,11 @@ LogManager::LogManager() : m_impl(new Impl)
     m_impl->console->set_pattern("%^[%H:%M:%S.%e %l]%$ %v");
     if (const char* settings = std::getenv("GLEAM_LOG"); settings && *settings) {
         if (!Configure(settings)) {
-            QS_LOG_WARNING("foundation/Log", "qs::LogManager",
-                           "GLEAM_LOG='%s' is not understood: LEVEL[,FILE] with a level of trace, warning, error, "
-                           "assert or off and a file that can be written",
-                           settings);
+            // Not through GetInstance, which is still at work.
+            HandleUnsafe(EAction::Report, LogEntry{LogLevelWarning, 0, "foundation/Log", __LINE__, "qs::LogManager"},
+                         "GLEAM_LOG='%s' is not understood: LEVEL[,FILE] with a level of trace, warning, error, assert "
+                         "or off and a file that can be written",
+                         settings);
         }
     }
 }

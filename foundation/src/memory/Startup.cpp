@@ -2,6 +2,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include <qs/FixedString.h>
 #include <qs/Memory.h>
 #include <qs/Singleton.h>
 
@@ -18,6 +19,7 @@ struct ExitReport
 {
     ~ExitReport()
     {
+        FixedString::GetInternedCount(); // releases texts that wait for others
         for (const MemoryScopeUsage& usage : MemoryManager::GetUsage()) {
             if (usage.name == memory::GetScopeUsage(memory::ProcessScope).name) {
                 continue;
