@@ -151,9 +151,22 @@ TEST(ShaderTexts, ArgumentsAreChecked)
 
 TEST(ShaderTexts, HostileTextsEndWithAMessage)
 {
-    const std::string deep(100000, '(');
-    EXPECT_NE(Compile("float4 main() : SV_Target { return " + deep, "ps_5_0").messages.find("nested deeper"),
+    const auto repeat = [](const std::string& text, int times) {
+        std::string all;
+        for (int i = 0; i < times; ++i)
+            all += text;
+        return all;
+    };
+    const std::string open = "float4 main() : SV_Target { float a = 1; ";
+    EXPECT_NE(Compile(open + "return " + repeat("(", 100000), "ps_5_0").messages.find("nested deeper"),
               std::string::npos);
+    for (const std::string& text :
+         {"return " + repeat("- ", 50000) + "a; }", "return " + repeat("a + ", 50000) + "a; }",
+          "return " + repeat("a ? a : ", 50000) + "a; }", repeat("if (a) ", 50000) + "; }",
+          repeat("if (a) a = 2; else ", 50000) + "; return a; }"})
+        EXPECT_NE(Compile(open + text, "ps_5_0").messages.find("operators and branches"), std::string::npos);
+    EXPECT_EQ(Compile(open + "return " + repeat("a + ", 1500) + "a; }", "ps_5_0").result, S_OK);
+    EXPECT_EQ(Compile(open + repeat("if (a > 2) a = 3; else ", 300) + "a = 4; return a; }", "ps_5_0").result, S_OK);
     for (const char* text : {"}", "{", "struct", "cbuffer B {", "float4 a[", "=", "a :", "\"", "#line 5", "#if", "\xff",
                              "float a = {1,", "Texture2DMS<", "t.sample[", "t.sample[1][", "register(", "<,>", ":::"})
         EXPECT_EQ(Compile(text, "ps_5_0").result, E_FAIL) << text;

@@ -215,10 +215,19 @@ std::string DefaultHelper(std::size_t index)
     return std::string(DefaultHelperPrefix) + std::to_string(index);
 }
 
-bool RewriteHlsl(std::string& text, bool withDefaults, HlslFacts& facts)
+std::string TooDeep(std::string_view text)
 {
-    if (NestingDepth(SplitTokens(text)) > MaxNesting)
-        return false;
+    constexpr std::size_t maxNesting = 256, maxChain = 2048;
+    const std::vector<HlslToken> tokens = SplitTokens(text);
+    if (NestingDepth(tokens) > maxNesting)
+        return "brackets are nested deeper than " + std::to_string(maxNesting);
+    if (LongestChain(tokens) > maxChain)
+        return "one statement has more than " + std::to_string(maxChain) + " operators and branches";
+    return {};
+}
+
+std::string RewriteHlsl(std::string text, bool withDefaults, HlslFacts& facts)
+{
     text = RenameReserved(text, facts);
     constexpr int maxPasses = 8;
     for (int i = 0; i < maxPasses && RewriteSampleIndexing(text); ++i) {
@@ -229,7 +238,7 @@ bool RewriteHlsl(std::string& text, bool withDefaults, HlslFacts& facts)
     ReadDeclarations(SplitTokens(text), facts, values);
     if (withDefaults && !values.empty())
         text += DefaultHelpers(values, facts);
-    return true;
+    return text;
 }
 
 } // namespace gleam

@@ -33,10 +33,11 @@ struct HlslFacts
 constexpr std::string_view DefaultHelperPrefix = "gw_default_";
 std::string DefaultHelper(std::size_t index);
 
-/// Brackets nested deeper than this are refused: glslang reads texts recursively.
-constexpr std::size_t MaxNesting = 256;
+/// glslang reads texts recursively, so what nests too deeply is refused before it. Gives the reason, or an empty text.
+/// No sane text comes near: brackets in brackets count to 256, operators and branches of one statement to 2048.
+std::string TooDeep(std::string_view text);
 
-/// `withDefaults` adds the helpers of initial values. False when brackets are nested too deeply.
-bool RewriteHlsl(std::string& text, bool withDefaults, HlslFacts& facts);
+/// `withDefaults` adds the helpers of initial values. The text may not be too deep.
+std::string RewriteHlsl(std::string text, bool withDefaults, HlslFacts& facts);
 
 } // namespace gleam

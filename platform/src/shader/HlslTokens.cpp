@@ -119,4 +119,20 @@ std::size_t NestingDepth(const std::vector<HlslToken>& tokens)
     return deepest;
 }
 
+std::size_t LongestChain(const std::vector<HlslToken>& tokens)
+{
+    std::size_t chain = 0;
+    std::size_t longest = 0;
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        const HlslToken& token = tokens[i];
+        const bool endsStatement = token.Is(";") || token.Is("{") || token.Is("}");
+        const bool goesOn = i + 1 < tokens.size() && tokens[i + 1].Is("else");
+        if (token.Is(",") || (endsStatement && !goesOn))
+            chain = 0;
+        else if (token.kind == ETokenKind::Sign)
+            longest = std::max(longest, ++chain);
+    }
+    return longest;
+}
+
 } // namespace gleam

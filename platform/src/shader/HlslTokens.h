@@ -35,4 +35,7 @@ std::size_t ClosingBracket(const std::vector<HlslToken>& tokens, std::size_t ope
 /// Deepest nesting of brackets.
 std::size_t NestingDepth(const std::vector<HlslToken>& tokens);
 
+/// Most operators and branches in one expression or one statement with all its `else`: how deep a parser nests them.
+std::size_t LongestChain(const std::vector<HlslToken>& tokens);
+
 } // namespace gleam

@@ -206,12 +206,13 @@ void RestoreWords(std::string& log, const HlslFacts& facts)
 /// with the helpers that read them gets a second try without.
 bool Translate(const CompileRequest& request, HlslProgram& program, HlslFacts& facts, std::string& log)
 {
+    if (const std::string reason = TooDeep(request.hlsl.text); !reason.empty())
+        throw Failure{"X3000: syntax error: " + reason};
     for (const bool withDefaults : {true, false}) {
         program = {};
         facts = {};
         HlslRequest rewritten = request.hlsl;
-        if (!RewriteHlsl(rewritten.text, withDefaults, facts))
-            throw Failure{"X3000: syntax error: brackets are nested deeper than " + std::to_string(MaxNesting)};
+        rewritten.text = RewriteHlsl(std::move(rewritten.text), withDefaults, facts);
         const bool compiled = CompileHlsl(rewritten, program, log);
         if (compiled || facts.defaults.empty()) {
             RestoreWords(log, facts);
