@@ -6,6 +6,21 @@
 
 #include <DirectXTex.h>
 #include <algorithm>
+#include <cstdlib>
+
+extern "C" unsigned GleamPlatformTakeValidationMessages(char* text, unsigned capacity);
+
+BackendTest::BackendTest()
+{
+    setenv("GLEAM_DEBUG", "validation", 1);
+}
+
+void BackendTest::TearDown()
+{
+    DeviceTest::TearDown();
+    char text[4096] = "";
+    EXPECT_EQ(GleamPlatformTakeValidationMessages(text, sizeof(text)), 0u) << text;
+}
 
 unsigned SliceCount(const TextureSpec& spec)
 {

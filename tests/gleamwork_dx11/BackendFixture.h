@@ -4,6 +4,7 @@
 #include "gleamwork_core/CoreFixture.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 /// Names the protected members that tests look at, as pointers to members.
@@ -32,9 +33,13 @@ struct TextureSpec
     unsigned access = 12;
 };
 
+/// Runs under the validation layer where that is installed; a message of it fails the test.
 class BackendTest : public DeviceTest
 {
 protected:
+    BackendTest();
+    void TearDown() override;
+
     /// Makes a texture, with `bytes` as contents unless they are empty; gives what CreateTexture gave.
     bool Create(qs::ObjectHandle handle, const TextureSpec& spec, const std::vector<std::uint8_t>& bytes = {});
     qs::ObjectHandle Make(const TextureSpec& spec, const std::vector<std::uint8_t>& bytes = {});
@@ -46,6 +51,12 @@ protected:
     std::uint32_t Frame() const { return m_renderer->*(&Peek::m_frameCounter); }
     unsigned DelayedCount() const { return (m_renderer->*(&Peek::m_delayedRemovals)).GetLiveCount(); }
 };
+
+/// Names the runs of a test by the device they are on.
+inline std::string DeviceName(const testing::TestParamInfo<const char*>& info)
+{
+    return info.param;
+}
 
 /// Bytes of one mip of all depth slices of one array slice.
 std::uint64_t MipBytes(const TextureSpec& spec, unsigned mip);

@@ -58,7 +58,7 @@ protected:
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Devices, Buffers, testing::Values("null", "software"), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Devices, Buffers, testing::Values("null", "software"), DeviceName);
 
 TEST_P(Buffers, GetTheViewsOfTheirUsage)
 {

@@ -68,7 +68,7 @@ gw::ImageLoadParams WidenToRGBA8()
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Devices, Captures, testing::Values("null", "software"), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Devices, Captures, testing::Values("null", "software"), DeviceName);
 
 TEST_P(Captures, EveryFormatHoldsThePicture)
 {

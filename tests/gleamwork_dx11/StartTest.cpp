@@ -34,7 +34,13 @@ class ScriptedManager : public gw::WindowManager
 public:
     bool Initialize() override { return true; }
     void Shutdown() override {}
-    gw::Window* NewWindow() override { return m_next; }
+    gw::Window* NewWindow() override
+    {
+        if (m_losesDevice) {
+            setenv("GLEAM_DEVICE", "999", 1);
+        }
+        return m_next;
+    }
     void DestroyWindow(gw::Window* window) override { m_destroyed.push_back(window); }
     void ProcessEvents() override {}
     gw::Window* GetWindow(int) override { return nullptr; }
@@ -50,6 +56,7 @@ public:
     void HideVirtualKeyboard() override {}
 
     gw::Window* m_next = nullptr;
+    bool m_losesDevice = false; ///< the device goes between the list of displays and the start
     std::vector<gw::Window*> m_destroyed;
 };
 
@@ -234,9 +241,14 @@ TEST_F(Start, ReportsAndReleasesWhatIsLeftAtTheEnd)
     }
 }
 
-TEST_F(Start, EndsTheProcessWithoutADevice)
+TEST_F(Start, NeedsADisplayAndADevice)
 {
-    setenv("GLEAM_DEVICE", "999", 1);
     Set(Desc(), {0, 64, 64, 0, 0});
+    setenv("GLEAM_DEVICE", "999", 1);
+    EXPECT_FALSE(m_api->Init());
+    EXPECT_EQ(m_log.GetLast(), "No adapters found!");
+    m_api->Exit();
+    setenv("GLEAM_DEVICE", "null", 1);
+    m_app.m_manager.m_losesDevice = true;
     EXPECT_EXIT(m_api->Init(), testing::ExitedWithCode(1), "Failed to create rendering device!");
 }
