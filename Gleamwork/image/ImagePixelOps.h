@@ -31,6 +31,7 @@ using PixelConverter = void (*)(qs::MemView<unsigned char> target, const qs::Mem
 // - FORMAT_RG11B10F holds small floats without sign: R in bits 0-10, G in 11-21, B in 22-31, each with a 5-bit exponent
 //   above its mantissa of 6, 6 and 5 bits. Written values are rounded to nearest even; negative values and -infinity
 //   give 0, values above the largest finite one that value, +infinity infinity and NaN a NaN.
+// - A NaN in a half or float target is quiet, with the sign and as much of the payload as the target holds.
 // - Nothing knows of sRGB: all conversions are linear.
 GW_API PixelConverter GetPixelConverter(EFormat from, EFormat to, bool swapBytes);
 

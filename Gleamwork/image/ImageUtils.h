@@ -43,9 +43,10 @@ enum EPixelWriterFlag : uint32_t
 
 class PixelWriter;
 
-// Allocates the image's buffer for its described levels and elements and binds a writer to it. The image must outlive
-// the writer. Writes must be preceded by a look at IsUsable: a pair of formats without a converter asserts
-// "Conversion between specified formats is not supported!", and such a writer refuses every write that converts.
+// Allocates the image's buffer for its described levels and elements and binds a writer to it, which the image must
+// outlive. Look at IsUsable before writing: more than 4 GiB of pixels log an error and are not allocated, and a pair of
+// formats without a converter asserts "Conversion between specified formats is not supported!". Such a writer refuses
+// what it is given.
 GW_API PixelWriter CreatePixelWriter(Image& image, EFormat sourceFormat, uint32_t flags);
 
 // A memory write stream over an image's pixels that converts what it is given, flips rows, and walks slices, mip

