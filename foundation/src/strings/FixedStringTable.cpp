@@ -18,7 +18,7 @@ namespace qs {
 using namespace strings;
 
 constinit Shard FixedStringTable::s_shards[ShardCount] = {};
-constinit std::atomic<Entry*> FixedStringTable::s_entries[PageCount] = {};
+constinit std::atomic<Entry*> strings::s_entries[PageCount] = {};
 
 namespace {
 
@@ -139,11 +139,6 @@ bool MakeEntryPage(std::atomic<Entry*>& place, u32 firstId)
 
 } // namespace
 
-Entry* FixedStringTable::FindEntry(u32 id)
-{
-    return s_entries[id >> PageBits].load(std::memory_order_acquire) + (id & (PageSize - 1));
-}
-
 [[gnu::always_inline]] inline void FixedStringTable::GiveBack(Entry& entry, u32 id, u32 generation)
 {
     i32 net;
@@ -171,14 +166,14 @@ Entry* FixedStringTable::FindEntry(u32 id)
 }
 
 // Takes a reference to the entry and keeps it if the entry stands for the text.
-[[gnu::always_inline]] inline bool FixedStringTable::Acquire(Entry& entry, const char* text, u32 length)
+[[gnu::always_inline]] inline bool FixedStringTable::Acquire(Entry& entry, u32 id, const char* text, u32 length)
 {
     const u32 before = entry.state.load(std::memory_order_acquire);
     if (!IsReadable(before)) [[unlikely]] {
         return false;
     }
     const u32 generation = GetStateGeneration(before);
-    if (!AddIfPlain(entry.GetId(), generation)) [[unlikely]] {
+    if (!AddIfPlain(id, generation)) [[unlikely]] {
         return false;
     }
     const u32 now = entry.state.load(std::memory_order_acquire);
@@ -186,7 +181,7 @@ Entry* FixedStringTable::FindEntry(u32 id)
     if (isHeld && IsText(entry, text, length)) [[likely]] {
         return true;
     }
-    GiveBack(entry, entry.GetId(), generation);
+    GiveBack(entry, id, generation);
     return false;
 }
 
@@ -197,12 +192,16 @@ Entry* FixedStringTable::FindEntry(u32 id)
         return nullptr;
     }
     for (u32 i = FirstSlot(hash, slots->mask);; i = (i + 1) & slots->mask) {
-        const u64 slot = slots->slots[i].load(std::memory_order_acquire);
+        const u32 slot = slots->slots[i].load(std::memory_order_acquire);
         if (slot == 0) {
             return nullptr;
         }
-        if (((slot ^ hash) & ~SlotAddressMask) == 0 && Acquire(*GetSlotEntry(slot), text, length)) {
-            return GetSlotEntry(slot);
+        if ((slot & SlotTagMask) == GetSlotTag(hash)) {
+            const u32 id = GetSlotId(slot, hash % ShardCount);
+            Entry* entry = FindEntry(id);
+            if (Acquire(*entry, id, text, length)) [[likely]] {
+                return entry;
+            }
         }
     }
 }
@@ -232,11 +231,11 @@ Entry* FixedStringTable::FindNolock(Shard& shard, u64 hash, const char* text, u3
         return nullptr;
     }
     for (u32 i = FirstSlot(hash, slots->mask);; i = (i + 1) & slots->mask) {
-        const u64 slot = slots->slots[i].load(std::memory_order_relaxed);
+        const u32 slot = slots->slots[i].load(std::memory_order_relaxed);
         if (slot == 0) {
             return nullptr;
         }
-        Entry* entry = GetSlotEntry(slot);
+        Entry* entry = FindEntry(GetSlotId(slot, hash % ShardCount));
         if (entry->hash == hash && IsText(*entry, text, length)) {
             return entry;
         }

@@ -88,12 +88,15 @@ struct alignas(64) Entry
 };
 static_assert(sizeof(Entry) == 64);
 
-/// Open addressing with linear probing. A slot holds the top 16 bits of the hash and the entry's address; 0 is empty.
+constexpr u32 ShardCount = 16;
+
+/// Open addressing with linear probing. A slot holds the top 8 bits of the hash and, in 24 bits, the number of the
+/// entry among its shard's plus 1; 0 is empty.
 struct Slots
 {
     u32 mask;
     Slots* older; ///< kept, because readers may still be in it
-    std::atomic<u64> slots[1];
+    std::atomic<u32> slots[1];
 };
 
 struct Shard
@@ -104,6 +107,37 @@ struct Shard
     u32 idsMade;
     u32 freeList; ///< id plus 1
 };
+
+extern std::atomic<Entry*> s_entries[PageCount];
+
+inline Entry* FindEntry(u32 id)
+{
+    return s_entries[id >> PageBits].load(std::memory_order_acquire) + (id & (PageSize - 1));
+}
+
+static_assert(MaxIds / ShardCount < 0xffffff);
+constexpr u32 SlotTagMask = 0xff000000u;
+constexpr u32 GetSlotTag(u64 hash)
+{
+    return static_cast<u32>(hash >> 32) & SlotTagMask;
+}
+inline u32 MakeSlot(const Entry& entry)
+{
+    return GetSlotTag(entry.hash) | (entry.GetId() / ShardCount + 1);
+}
+/// The entry's id; `shard` is the number of the slot's shard.
+constexpr u32 GetSlotId(u32 slot, u32 shard)
+{
+    return ((slot & ~SlotTagMask) - 1) * ShardCount + shard;
+}
+constexpr u32 FirstSlot(u64 hash, u32 mask)
+{
+    return static_cast<u32>(hash >> 4) & mask;
+}
+
+/// The shard's lock is held.
+bool InsertSlotNolock(Shard& shard, Entry& entry);
+void RemoveSlotNolock(Shard& shard, Entry& entry);
 
 } // namespace strings
 
@@ -121,13 +155,10 @@ public:
     static void ReleasePending(u32 place);
 
 private:
-    static constexpr u32 ShardCount = 16;
-
     QS_COLD static FixedString::Handle InternUnderLock(u64 hash, const char* text, u32 length);
-    static strings::Entry* FindEntry(u32 id);
-    static strings::Shard& GetShard(u32 id) { return s_shards[id % ShardCount]; }
+    static strings::Shard& GetShard(u32 id) { return s_shards[id % strings::ShardCount]; }
     static strings::Entry* Find(const strings::Slots* slots, u64 hash, const char* text, u32 length);
-    static bool Acquire(strings::Entry& entry, const char* text, u32 length);
+    static bool Acquire(strings::Entry& entry, u32 id, const char* text, u32 length);
     static void GiveBack(strings::Entry& entry, u32 id, u32 generation);
     QS_COLD static void GiveBackBelowZero(strings::Entry& entry, u32 id, u32 generation);
 
@@ -143,30 +174,7 @@ private:
     static bool HideNolock(strings::Entry& entry);
     static bool SettleNolock(strings::Shard& shard, strings::Entry& entry);
 
-    static strings::Shard s_shards[ShardCount];
-    static std::atomic<strings::Entry*> s_entries[strings::PageCount];
+    static strings::Shard s_shards[strings::ShardCount];
 };
-
-namespace strings {
-
-/// Slots of a shard; the shard's lock is held.
-bool InsertSlotNolock(Shard& shard, Entry& entry);
-void RemoveSlotNolock(Shard& shard, Entry& entry);
-
-constexpr u64 SlotAddressMask = (u64(1) << 48) - 1;
-inline u64 MakeSlot(u64 hash, const Entry* entry)
-{
-    return (hash & ~SlotAddressMask) | reinterpret_cast<std::uintptr_t>(entry);
-}
-inline Entry* GetSlotEntry(u64 slot)
-{
-    return reinterpret_cast<Entry*>(slot & SlotAddressMask);
-}
-inline u32 FirstSlot(u64 hash, u32 mask)
-{
-    return static_cast<u32>(hash >> 4) & mask;
-}
-
-} // namespace strings
 
 } // namespace qs

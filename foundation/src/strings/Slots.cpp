@@ -8,7 +8,7 @@ namespace qs::strings {
 
 namespace {
 
-void Put(Slots& slots, u64 hash, u64 slot)
+void Put(Slots& slots, u64 hash, u32 slot)
 {
     u32 i = FirstSlot(hash, slots.mask);
     while (slots.slots[i].load(std::memory_order_relaxed) != 0) {
@@ -17,18 +17,18 @@ void Put(Slots& slots, u64 hash, u64 slot)
     slots.slots[i].store(slot, std::memory_order_release);
 }
 
-Slots* MakeLarger(Slots* old)
+Slots* MakeLarger(Slots* old, u32 shard)
 {
     const u64 count = old ? (u64(old->mask) + 1) * 2 : 64;
-    Slots* slots = static_cast<Slots*>(std::calloc(1, sizeof(Slots) + (count - 1) * sizeof(u64)));
+    Slots* slots = static_cast<Slots*>(std::calloc(1, sizeof(Slots) + (count - 1) * sizeof(u32)));
     if (!slots) {
         return nullptr;
     }
     slots->mask = static_cast<u32>(count - 1);
     slots->older = old;
     for (u64 i = 0; old && i <= old->mask; ++i) {
-        if (const u64 slot = old->slots[i].load(std::memory_order_relaxed)) {
-            Put(*slots, GetSlotEntry(slot)->hash, slot);
+        if (const u32 slot = old->slots[i].load(std::memory_order_relaxed)) {
+            Put(*slots, FindEntry(GetSlotId(slot, shard))->hash, slot);
         }
     }
     return slots;
@@ -41,13 +41,13 @@ bool InsertSlotNolock(Shard& shard, Entry& entry)
     Slots* slots = shard.slots.load(std::memory_order_relaxed);
     // At most half full, so that a miss ends soon.
     if (!slots || (u64(shard.count) + 1) * 2 > slots->mask) {
-        slots = MakeLarger(slots);
+        slots = MakeLarger(slots, entry.GetId() % ShardCount);
         if (!slots) {
             return false;
         }
         shard.slots.store(slots, std::memory_order_release);
     }
-    Put(*slots, entry.hash, MakeSlot(entry.hash, &entry));
+    Put(*slots, entry.hash, MakeSlot(entry));
     return true;
 }
 
@@ -56,16 +56,17 @@ void RemoveSlotNolock(Shard& shard, Entry& entry)
 {
     Slots* slots = shard.slots.load(std::memory_order_relaxed);
     const u32 mask = slots->mask;
+    const u32 shardNumber = entry.GetId() % ShardCount;
     u32 hole = FirstSlot(entry.hash, mask);
-    while (slots->slots[hole].load(std::memory_order_relaxed) != MakeSlot(entry.hash, &entry)) {
+    while (slots->slots[hole].load(std::memory_order_relaxed) != MakeSlot(entry)) {
         hole = (hole + 1) & mask;
     }
     for (u32 next = (hole + 1) & mask;; next = (next + 1) & mask) {
-        const u64 slot = slots->slots[next].load(std::memory_order_relaxed);
+        const u32 slot = slots->slots[next].load(std::memory_order_relaxed);
         if (slot == 0) {
             break;
         }
-        const u32 home = FirstSlot(GetSlotEntry(slot)->hash, mask);
+        const u32 home = FirstSlot(FindEntry(GetSlotId(slot, shardNumber))->hash, mask);
         if (((next - home) & mask) >= ((next - hole) & mask)) {
             slots->slots[hole].store(slot, std::memory_order_release);
             hole = next;
