@@ -17,7 +17,6 @@ const bool s_made = (memory::ProcessLifetime(), Singleton<ObjectTypeManager>::_S
 ObjectTypeManager::ObjectTypeManager() : m_names(1, TypeCount)
 {
     static_assert(std::size(decltype(m_registrations){}) == TypeCount);
-    m_names.SetAt(TypeCount - 1, STDString("?"));
     m_names.SetAt(TypeCount - 1, STDString());
 }
 
