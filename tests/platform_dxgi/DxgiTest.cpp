@@ -204,18 +204,18 @@ DXGI_MODE_DESC1 Mode(UINT width, UINT height, UINT numerator, UINT denominator, 
 
 INSTANTIATE_TEST_SUITE_P(
     , ClosestMode,
-    testing::Values(
-        ModeCase{"NothingGivenIsTheDesktop", Mode(0, 0, 0, 0), false, S_OK, 1920, 144},
-        ModeCase{"SizeAloneTakesTheDesktopsRate", Mode(1920, 1080, 0, 0), false, S_OK, 1920, 144},
-        ModeCase{"SizeComesBeforeRate", Mode(1279, 721, 144, 1), false, S_OK, 1280, 60},
-        ModeCase{"NearestFraction", Mode(1280, 720, 30000, 1001), false, S_OK, 1280, 30},
-        ModeCase{"RateAloneFiltersBeforeTheDesktopsSize", Mode(0, 0, 75, 1), false, S_OK, 1280, 75},
-        ModeCase{"ScalingFilters", Mode(1920, 1080, 0, 0, Bgra, DXGI_MODE_SCALING_STRETCHED), false, S_OK, 1280, 75},
-        ModeCase{"UnknownFormatWithDevice", Mode(1280, 720, 60, 1, DXGI_FORMAT_UNKNOWN), true, S_OK, 1280, 60},
-        ModeCase{"UnknownFormatAlone", Mode(0, 0, 0, 0, DXGI_FORMAT_UNKNOWN), false, DXGI_ERROR_INVALID_CALL},
-        ModeCase{"HalfASize", Mode(1920, 0, 0, 0), false, DXGI_ERROR_INVALID_CALL},
-        ModeCase{"HalfARate", Mode(0, 0, 60, 0), false, DXGI_ERROR_INVALID_CALL},
-        ModeCase{"NoDisplayFormat", Mode(0, 0, 0, 0, DXGI_FORMAT_R32_FLOAT), false, DXGI_ERROR_NOT_FOUND}),
+    testing::ValuesIn(std::vector<ModeCase>{
+        {"NothingGivenIsTheDesktop", Mode(0, 0, 0, 0), false, S_OK, 1920, 144},
+        {"SizeAloneTakesTheDesktopsRate", Mode(1920, 1080, 0, 0), false, S_OK, 1920, 144},
+        {"SizeComesBeforeRate", Mode(1279, 721, 144, 1), false, S_OK, 1280, 60},
+        {"NearestFraction", Mode(1280, 720, 30000, 1001), false, S_OK, 1280, 30},
+        {"RateAloneFiltersBeforeTheDesktopsSize", Mode(0, 0, 75, 1), false, S_OK, 1280, 75},
+        {"ScalingFilters", Mode(1920, 1080, 0, 0, Bgra, DXGI_MODE_SCALING_STRETCHED), false, S_OK, 1280, 75},
+        {"UnknownFormatWithDevice", Mode(1280, 720, 60, 1, DXGI_FORMAT_UNKNOWN), true, S_OK, 1280, 60},
+        {"UnknownFormatAlone", Mode(0, 0, 0, 0, DXGI_FORMAT_UNKNOWN), false, DXGI_ERROR_INVALID_CALL},
+        {"HalfASize", Mode(1920, 0, 0, 0), false, DXGI_ERROR_INVALID_CALL},
+        {"HalfARate", Mode(0, 0, 60, 0), false, DXGI_ERROR_INVALID_CALL},
+        {"NoDisplayFormat", Mode(0, 0, 0, 0, DXGI_FORMAT_R32_FLOAT), false, DXGI_ERROR_NOT_FOUND}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Dxgi, SwapChainsSayThatTheyAreMissing)

@@ -74,7 +74,7 @@ TEST(FormatTable, RelativesFitTogether)
     EXPECT_EQ(GetFormatInfo(DXGI_FORMAT_B8G8R8X8_UNORM).srgb, DXGI_FORMAT_B8G8R8X8_UNORM_SRGB);
     EXPECT_EQ(GetFormatInfo(DXGI_FORMAT_BC7_UNORM_SRGB).linear, DXGI_FORMAT_BC7_UNORM);
     EXPECT_EQ(GetFormatInfo(DXGI_FORMAT_BC4_UNORM).srgb, DXGI_FORMAT_BC4_UNORM);
-    for (const int value : {-1, 116, 129, 133, 1 << 30}) {
+    for (const int value : {-1, 116, 129, 133, 255}) {
         EXPECT_EQ(GetFormatInfo(static_cast<DXGI_FORMAT>(value)).format, DXGI_FORMAT_UNKNOWN) << value;
     }
 }
@@ -136,31 +136,31 @@ TEST_P(PackColorTest, GivesTheLayoutInMemory)
 
 const float Infinity = INFINITY;
 
-INSTANTIATE_TEST_SUITE_P(
-    , PackColorTest,
-    testing::Values(PackCase{DXGI_FORMAT_R8G8B8A8_UNORM, {1, 0.5f, 0, -3}, {255, 128, 0, 0}},
-                    PackCase{DXGI_FORMAT_R8G8B8A8_UNORM, {NAN, Infinity, 2, 0.25f}, {0, 255, 255, 64}},
-                    PackCase{DXGI_FORMAT_R8G8B8A8_UNORM_SRGB, {0.2140411f, 1, 0, 0.5f}, {127, 255, 0, 128}},
-                    PackCase{DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0, 0, 1}, {0, 0, 255, 255}},
-                    PackCase{DXGI_FORMAT_B5G6R5_UNORM, {1, 0, 0, 0}, {0x00, 0xf8}},
-                    PackCase{DXGI_FORMAT_B5G5R5A1_UNORM, {0, 0, 1, 1}, {0x1f, 0x80}},
-                    PackCase{DXGI_FORMAT_R10G10B10A2_UNORM, {1, 0, 0, 1}, {0xff, 0x03, 0x00, 0xc0}},
-                    PackCase{DXGI_FORMAT_R8G8_SNORM, {-1, 1, 0, 0}, {0x81, 0x7f}},
-                    PackCase{DXGI_FORMAT_R16_UINT, {65536, 0, 0, 0}, {0xff, 0xff}},
-                    PackCase{DXGI_FORMAT_R16_SINT, {-2, 0, 0, 0}, {0xfe, 0xff}},
-                    PackCase{DXGI_FORMAT_R32_UINT, {4294967040.0f, 0, 0, 0}, {0x00, 0xff, 0xff, 0xff}},
-                    PackCase{DXGI_FORMAT_R32G32_FLOAT, {1, -2, 0, 0}, {0, 0, 0x80, 0x3f, 0, 0, 0, 0xc0}},
-                    // Half floats: 1.0, the largest, rounding up to infinity, a denormal.
-                    PackCase{DXGI_FORMAT_R16G16B16A16_FLOAT,
-                             {1, 65504, 65520, 5.9604645e-8f},
-                             {0x00, 0x3c, 0xff, 0x7b, 0x00, 0x7c, 0x01, 0x00}},
-                    PackCase{DXGI_FORMAT_R16_FLOAT, {-0.0f, 0, 0, 0}, {0x00, 0x80}},
-                    // 11 and 10 bits without sign: 1.0 is exponent 15, negative values are 0.
-                    PackCase{DXGI_FORMAT_R11G11B10_FLOAT, {1, -1, 1, 0}, {0xc0, 0x03, 0x00, 0x78}},
-                    PackCase{DXGI_FORMAT_A8_UNORM, {0, 0, 0, 1}, {255}},
-                    PackCase{DXGI_FORMAT_BC1_UNORM, {1, 1, 1, 1}, {}},
-                    PackCase{DXGI_FORMAT_D32_FLOAT, {1, 1, 1, 1}, {}},
-                    PackCase{DXGI_FORMAT_R8_TYPELESS, {1, 1, 1, 1}, {}}));
+INSTANTIATE_TEST_SUITE_P(, PackColorTest,
+                         testing::ValuesIn(std::vector<PackCase>{
+                             {DXGI_FORMAT_R8G8B8A8_UNORM, {1, 0.5f, 0, -3}, {255, 128, 0, 0}},
+                             {DXGI_FORMAT_R8G8B8A8_UNORM, {NAN, Infinity, 2, 0.25f}, {0, 255, 255, 64}},
+                             {DXGI_FORMAT_R8G8B8A8_UNORM_SRGB, {0.2140411f, 1, 0, 0.5f}, {127, 255, 0, 128}},
+                             {DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0, 0, 1}, {0, 0, 255, 255}},
+                             {DXGI_FORMAT_B5G6R5_UNORM, {1, 0, 0, 0}, {0x00, 0xf8}},
+                             {DXGI_FORMAT_B5G5R5A1_UNORM, {0, 0, 1, 1}, {0x1f, 0x80}},
+                             {DXGI_FORMAT_R10G10B10A2_UNORM, {1, 0, 0, 1}, {0xff, 0x03, 0x00, 0xc0}},
+                             {DXGI_FORMAT_R8G8_SNORM, {-1, 1, 0, 0}, {0x81, 0x7f}},
+                             {DXGI_FORMAT_R16_UINT, {65536, 0, 0, 0}, {0xff, 0xff}},
+                             {DXGI_FORMAT_R16_SINT, {-2, 0, 0, 0}, {0xfe, 0xff}},
+                             {DXGI_FORMAT_R32_UINT, {4294967040.0f, 0, 0, 0}, {0x00, 0xff, 0xff, 0xff}},
+                             {DXGI_FORMAT_R32G32_FLOAT, {1, -2, 0, 0}, {0, 0, 0x80, 0x3f, 0, 0, 0, 0xc0}},
+                             // Half floats: 1.0, the largest, rounding up to infinity, a denormal.
+                             {DXGI_FORMAT_R16G16B16A16_FLOAT,
+                              {1, 65504, 65520, 5.9604645e-8f},
+                              {0x00, 0x3c, 0xff, 0x7b, 0x00, 0x7c, 0x01, 0x00}},
+                             {DXGI_FORMAT_R16_FLOAT, {-0.0f, 0, 0, 0}, {0x00, 0x80}},
+                             // 11 and 10 bits without sign: 1.0 is exponent 15, negative values are 0.
+                             {DXGI_FORMAT_R11G11B10_FLOAT, {1, -1, 1, 0}, {0xc0, 0x03, 0x00, 0x78}},
+                             {DXGI_FORMAT_A8_UNORM, {0, 0, 0, 1}, {255}},
+                             {DXGI_FORMAT_BC1_UNORM, {1, 1, 1, 1}, {}},
+                             {DXGI_FORMAT_D32_FLOAT, {1, 1, 1, 1}, {}},
+                             {DXGI_FORMAT_R8_TYPELESS, {1, 1, 1, 1}, {}}}));
 
 } // namespace
 } // namespace gleam

@@ -64,41 +64,39 @@ std::string NameOf(const auto& info)
 
 INSTANTIATE_TEST_SUITE_P(
     , BufferRules,
-    testing::Values(
-        BufferCase{"DefaultVertex", {}, {64, Default, Vertex | Resource, 0, 0, 0}},
-        BufferCase{"DynamicConstant", {}, {65536, Dynamic, Constant, Write, 0, 0}},
-        BufferCase{"StagingReadWrite", {}, {5, Staging, 0, Read | Write, 0, 0}},
-        BufferCase{"StagingStructured", {}, {64, Staging, 0, Read | Write, Structured, 16}},
-        BufferCase{"DefaultStructured", {}, {60, Default, Resource | Access, 0, Structured, 12}},
-        BufferCase{"DefaultRaw", {}, {64, Default, Resource | Access, 0, Raw, 0}},
-        BufferCase{"DefaultWithoutBinding", {}, {64, Default, 0, 0, D3D11_RESOURCE_MISC_DRAWINDIRECT_ARGS, 0}},
-        BufferCase{"ImmutableWithData", {}, {64, Immutable, Vertex, 0, 0, 0}, true},
-        BufferCase{"StrideWithoutStructure", {}, {64, Default, Vertex, 0, 0, 7}},
-        BufferCase{"NoBytes", Bad("ByteWidth 0"), {0, Default, Vertex, 0, 0, 0}},
-        BufferCase{"TooManyBytes", Bad("2147483648"), {0x80000001, Default, Vertex, 0, 0, 0}},
-        BufferCase{"UnknownUsage", Bad("Usage 9"), {64, static_cast<D3D11_USAGE>(9), Vertex, 0, 0, 0}},
-        BufferCase{"UnknownBind", Bad("BindFlags 0x100"), {64, Default, 0x100, 0, 0, 0}},
-        BufferCase{"UnknownAccess", Bad("CPUAccessFlags 0x1"), {64, Default, Vertex, 1, 0, 0}},
-        BufferCase{"ImmutableWithoutData", Bad("initial data"), {64, Immutable, Vertex, 0, 0, 0}},
-        BufferCase{"ImmutableTarget", Bad("D3D11_USAGE_DEFAULT"), {64, Immutable, Access, 0, Raw, 0}, true},
-        BufferCase{"DynamicRead", Bad("D3D11_USAGE_DYNAMIC"), {64, Dynamic, Vertex, Read | Write, 0, 0}},
-        BufferCase{"DynamicAccess", Bad("writes"), {64, Dynamic, Access, Write, Raw, 0}},
-        BufferCase{"DynamicWithoutBinding", Bad("need BindFlags"), {64, Dynamic, 0, Write, 0, 0}},
-        BufferCase{"StagingBound", Bad("BindFlags 0"), {64, Staging, Vertex, Read, 0, 0}},
-        BufferCase{"StagingUnreachable", Bad("needs CPUAccessFlags"), {64, Staging, 0, 0, 0, 0}},
-        BufferCase{"DefaultRead", Bad("CPUAccessFlags 0"), {64, Default, Vertex, Read, 0, 0}},
-        BufferCase{"ConstantNot16", Bad("multiple of 16"), {40, Default, Constant, 0, 0, 0}},
-        BufferCase{"ConstantTooLarge", Bad("65536"), {65552, Default, Constant, 0, 0, 0}},
-        BufferCase{"ConstantAndVertex", Bad("excludes"), {64, Default, Constant | Vertex, 0, 0, 0}},
-        BufferCase{"DepthBuffer", Bad("depth stencil"), {64, Default, Depth, 0, 0, 0}},
-        BufferCase{"StructureOf6", Bad("StructureByteStride 6"), {60, Default, Resource, 0, Structured, 6}},
-        BufferCase{"StructureOf2052", Bad("2048"), {4104, Default, Resource, 0, Structured, 2052}},
-        BufferCase{
-            "StructurePartial", Bad("multiple of StructureByteStride"), {62, Default, Resource, 0, Structured, 4}},
-        BufferCase{"StructureAsVertex", Bad("structured"), {64, Default, Vertex, 0, Structured, 4}},
-        BufferCase{"StructureAndRaw", Bad("raw"), {64, Default, Resource, 0, Structured | Raw, 4}},
-        BufferCase{"RawUnseen", Bad("raw views need"), {64, Default, Vertex, 0, Raw, 0}},
-        BufferCase{"Cube", Bad("MiscFlags 0x4"), {64, Default, Vertex, 0, D3D11_RESOURCE_MISC_TEXTURECUBE, 0}}),
+    testing::ValuesIn(std::vector<BufferCase>{
+        {"DefaultVertex", {}, {64, Default, Vertex | Resource, 0, 0, 0}},
+        {"DynamicConstant", {}, {65536, Dynamic, Constant, Write, 0, 0}},
+        {"StagingReadWrite", {}, {5, Staging, 0, Read | Write, 0, 0}},
+        {"StagingStructured", {}, {64, Staging, 0, Read | Write, Structured, 16}},
+        {"DefaultStructured", {}, {60, Default, Resource | Access, 0, Structured, 12}},
+        {"DefaultRaw", {}, {64, Default, Resource | Access, 0, Raw, 0}},
+        {"DefaultWithoutBinding", {}, {64, Default, 0, 0, D3D11_RESOURCE_MISC_DRAWINDIRECT_ARGS, 0}},
+        {"ImmutableWithData", {}, {64, Immutable, Vertex, 0, 0, 0}, true},
+        {"StrideWithoutStructure", {}, {64, Default, Vertex, 0, 0, 7}},
+        {"NoBytes", Bad("ByteWidth 0"), {0, Default, Vertex, 0, 0, 0}},
+        {"TooManyBytes", Bad("2147483648"), {0x80000001, Default, Vertex, 0, 0, 0}},
+        {"UnknownBind", Bad("BindFlags 0x100"), {64, Default, 0x100, 0, 0, 0}},
+        {"UnknownAccess", Bad("CPUAccessFlags 0x1"), {64, Default, Vertex, 1, 0, 0}},
+        {"ImmutableWithoutData", Bad("initial data"), {64, Immutable, Vertex, 0, 0, 0}},
+        {"ImmutableTarget", Bad("D3D11_USAGE_DEFAULT"), {64, Immutable, Access, 0, Raw, 0}, true},
+        {"DynamicRead", Bad("D3D11_USAGE_DYNAMIC"), {64, Dynamic, Vertex, Read | Write, 0, 0}},
+        {"DynamicAccess", Bad("writes"), {64, Dynamic, Access, Write, Raw, 0}},
+        {"DynamicWithoutBinding", Bad("need BindFlags"), {64, Dynamic, 0, Write, 0, 0}},
+        {"StagingBound", Bad("BindFlags 0"), {64, Staging, Vertex, Read, 0, 0}},
+        {"StagingUnreachable", Bad("needs CPUAccessFlags"), {64, Staging, 0, 0, 0, 0}},
+        {"DefaultRead", Bad("CPUAccessFlags 0"), {64, Default, Vertex, Read, 0, 0}},
+        {"ConstantNot16", Bad("multiple of 16"), {40, Default, Constant, 0, 0, 0}},
+        {"ConstantTooLarge", Bad("65536"), {65552, Default, Constant, 0, 0, 0}},
+        {"ConstantAndVertex", Bad("excludes"), {64, Default, Constant | Vertex, 0, 0, 0}},
+        {"DepthBuffer", Bad("depth stencil"), {64, Default, Depth, 0, 0, 0}},
+        {"StructureOf6", Bad("StructureByteStride 6"), {60, Default, Resource, 0, Structured, 6}},
+        {"StructureOf2052", Bad("2048"), {4104, Default, Resource, 0, Structured, 2052}},
+        {"StructurePartial", Bad("multiple of StructureByteStride"), {62, Default, Resource, 0, Structured, 4}},
+        {"StructureAsVertex", Bad("structured"), {64, Default, Vertex, 0, Structured, 4}},
+        {"StructureAndRaw", Bad("raw"), {64, Default, Resource, 0, Structured | Raw, 4}},
+        {"RawUnseen", Bad("raw views need"), {64, Default, Vertex, 0, Raw, 0}},
+        {"Cube", Bad("MiscFlags 0x4"), {64, Default, Vertex, 0, D3D11_RESOURCE_MISC_TEXTURECUBE, 0}}}),
     [](const auto& info) { return NameOf(info); });
 
 TEST(ResourceRules, NullsAreRefused)
@@ -150,74 +148,58 @@ constexpr UINT Mips = D3D11_RESOURCE_MISC_GENERATE_MIPS;
 
 INSTANTIATE_TEST_SUITE_P(
     , Texture2DRules,
-    testing::Values(
-        TextureCase{"Plain", {}, CHANGE()}, //
-        TextureCase{"Largest", {}, CHANGE(d.Width = d.Height = 16384)},
-        TextureCase{"FullChain", {}, CHANGE(d.MipLevels = 7)}, TextureCase{"Array", {}, CHANGE(d.ArraySize = 2048)},
-        TextureCase { "CubeArray", {}, CHANGE(d.Width = 32; d.ArraySize = 12; d.MiscFlags = Cube) },
-        TextureCase{"Multisampled", {}, CHANGE(d.SampleDesc = {4, 0})},
-        TextureCase { "MipGeneration", {}, CHANGE(d.MipLevels = 0; d.MiscFlags = Mips) },
-        TextureCase {
-            "ReadableDepth", {}, CHANGE(d.Format = DXGI_FORMAT_R24G8_TYPELESS; d.BindFlags = Depth | Resource)
-        },
-        TextureCase { "TypedDepth", {}, CHANGE(d.Format = DXGI_FORMAT_D32_FLOAT; d.BindFlags = Depth) },
-        TextureCase { "Compressed", {}, CHANGE(d.Format = DXGI_FORMAT_BC3_UNORM_SRGB; d.BindFlags = Resource) },
-        TextureCase { "DynamicMap", {}, CHANGE(d.Usage = Dynamic; d.BindFlags = Resource; d.CPUAccessFlags = Write) },
-        TextureCase {
-            "StagingCube", {},
-                CHANGE(d.Usage = Staging; d.BindFlags = 0; d.CPUAccessFlags = Read; d.Width = 32; d.ArraySize = 6;
-                       d.MiscFlags = Cube)
-        },
-        TextureCase{"NoWidth", Bad("Width 0"), CHANGE(d.Width = 0)},
-        TextureCase{"TooHigh", Bad("Height 16385"), CHANGE(d.Height = 16385)},
-        TextureCase{"NoSlices", Bad("ArraySize 0"), CHANGE(d.ArraySize = 0)},
-        TextureCase{"TooManySlices", Bad("ArraySize 2049"), CHANGE(d.ArraySize = 2049)},
-        TextureCase{"TooManyMips", Bad("MipLevels 8"), CHANGE(d.MipLevels = 8)},
-        TextureCase{"UnknownFormat", Bad("UNKNOWN"), CHANGE(d.Format = DXGI_FORMAT_UNKNOWN)},
-        TextureCase{"FormatOutOfRange", Bad("(4711)"), CHANGE(d.Format = static_cast<DXGI_FORMAT>(4711))},
-        TextureCase{"VideoFormat", Bad("NV12"), CHANGE(d.Format = DXGI_FORMAT_NV12)},
-        TextureCase{"CompressedTarget", Bad("D3D11_BIND_RENDER_TARGET"), CHANGE(d.Format = DXGI_FORMAT_BC1_UNORM)},
-        TextureCase {
-            "CompressedOdd", Bad("multiple of 4"),
-                CHANGE(d.Format = DXGI_FORMAT_BC1_UNORM; d.BindFlags = Resource; d.Width = 66)
-        },
-        TextureCase {
-            "TypedDepthRead", Bad("D3D11_BIND_SHADER_RESOURCE"),
-                CHANGE(d.Format = DXGI_FORMAT_D24_UNORM_S8_UINT; d.BindFlags = Depth | Resource)
-        },
-        TextureCase{"ColourAsDepth", Bad("D3D11_BIND_DEPTH_STENCIL"), CHANGE(d.BindFlags = Depth)},
-        TextureCase {
-            "SrgbAccess", Bad("D3D11_BIND_UNORDERED_ACCESS"),
-                CHANGE(d.Format = DXGI_FORMAT_R8G8B8A8_UNORM_SRGB; d.BindFlags = Access)
-        },
-        TextureCase {
-            "TargetAndDepth", Bad("excludes"), CHANGE(d.Format = DXGI_FORMAT_R32_TYPELESS; d.BindFlags = Target | Depth)
-        },
-        TextureCase{"VertexTexture", Bad("only a buffer"), CHANGE(d.BindFlags = Vertex)},
-        TextureCase{"Shared", Bad("MiscFlags 0x2"), CHANGE(d.MiscFlags = D3D11_RESOURCE_MISC_SHARED)},
-        TextureCase {
-            "DynamicMips", Bad("single subresource"),
-                CHANGE(d.Usage = Dynamic; d.BindFlags = Resource; d.CPUAccessFlags = Write; d.MipLevels = 2)
-        },
-        TextureCase {
-            "GenerationUnbound", Bad("GENERATE_MIPS needs"), CHANGE(d.BindFlags = Resource; d.MiscFlags = Mips)
-        },
-        TextureCase {
-            "GenerationOfIntegers", Bad("R8G8B8A8_UINT"),
-                CHANGE(d.Format = DXGI_FORMAT_R8G8B8A8_UINT; d.MiscFlags = Mips)
-        },
-        TextureCase{"NoSamples", Bad("SampleDesc.Count 0"), CHANGE(d.SampleDesc = {0, 0})},
-        TextureCase{"ThreeSamples", Bad("SampleDesc.Count 3"), CHANGE(d.SampleDesc = {3, 0})},
-        TextureCase{"TooManySamples", Bad("SampleDesc.Count 64"), CHANGE(d.SampleDesc = {64, 0})},
-        TextureCase{"Quality", Bad("Quality 2"), CHANGE(d.SampleDesc = {4, 2})},
-        TextureCase {
-            "SampledMips", Bad("one mip"), CHANGE(d.SampleDesc = {4, 0}; d.MipLevels = 2)
-        },
-        TextureCase{"SampledData", Bad("no initial data"), CHANGE(d.SampleDesc = {4, 0}), true},
-        TextureCase { "CubeOfFive", Bad("of 6"), CHANGE(d.Width = 32; d.ArraySize = 5; d.MiscFlags = Cube) },
-        TextureCase { "CubeNotSquare", Bad("square"), CHANGE(d.ArraySize = 6; d.MiscFlags = Cube) },
-        TextureCase { "ImmutableEmpty", Bad("initial data"), CHANGE(d.Usage = Immutable; d.BindFlags = Resource) },
-        TextureCase { "ImmutableFilled", {}, CHANGE(d.Usage = Immutable; d.BindFlags = Resource), true }),
+    testing::ValuesIn(std::vector<TextureCase>{
+        {"Plain", {}, CHANGE()}, //
+        {"Largest", {}, CHANGE(d.Width = d.Height = 16384)},
+        {"FullChain", {}, CHANGE(d.MipLevels = 7)},
+        {"Array", {}, CHANGE(d.ArraySize = 2048)},
+        TextureCase{"CubeArray", {}, CHANGE(d.Width = 32; d.ArraySize = 12; d.MiscFlags = Cube)},
+        {"Multisampled", {}, CHANGE(d.SampleDesc = {4, 0})},
+        TextureCase{"MipGeneration", {}, CHANGE(d.MipLevels = 0; d.MiscFlags = Mips)},
+        TextureCase{"ReadableDepth", {}, CHANGE(d.Format = DXGI_FORMAT_R24G8_TYPELESS; d.BindFlags = Depth | Resource)},
+        TextureCase{"TypedDepth", {}, CHANGE(d.Format = DXGI_FORMAT_D32_FLOAT; d.BindFlags = Depth)},
+        TextureCase{"Compressed", {}, CHANGE(d.Format = DXGI_FORMAT_BC3_UNORM_SRGB; d.BindFlags = Resource)},
+        TextureCase{"DynamicMap", {}, CHANGE(d.Usage = Dynamic; d.BindFlags = Resource; d.CPUAccessFlags = Write)},
+        TextureCase{"StagingCube",
+                    {},
+                    CHANGE(d.Usage = Staging; d.BindFlags = 0; d.CPUAccessFlags = Read; d.Width = 32; d.ArraySize = 6;
+                           d.MiscFlags = Cube)},
+        {"NoWidth", Bad("Width 0"), CHANGE(d.Width = 0)},
+        {"TooHigh", Bad("Height 16385"), CHANGE(d.Height = 16385)},
+        {"NoSlices", Bad("ArraySize 0"), CHANGE(d.ArraySize = 0)},
+        {"TooManySlices", Bad("ArraySize 2049"), CHANGE(d.ArraySize = 2049)},
+        {"TooManyMips", Bad("MipLevels 8"), CHANGE(d.MipLevels = 8)},
+        {"UnknownFormat", Bad("UNKNOWN"), CHANGE(d.Format = DXGI_FORMAT_UNKNOWN)},
+        {"FormatOutOfRange", Bad("(200)"), CHANGE(d.Format = static_cast<DXGI_FORMAT>(200))},
+        {"VideoFormat", Bad("NV12"), CHANGE(d.Format = DXGI_FORMAT_NV12)},
+        {"CompressedTarget", Bad("D3D11_BIND_RENDER_TARGET"), CHANGE(d.Format = DXGI_FORMAT_BC1_UNORM)},
+        TextureCase{"CompressedOdd", Bad("multiple of 4"),
+                    CHANGE(d.Format = DXGI_FORMAT_BC1_UNORM; d.BindFlags = Resource; d.Width = 66)},
+        TextureCase{"TypedDepthRead", Bad("D3D11_BIND_SHADER_RESOURCE"),
+                    CHANGE(d.Format = DXGI_FORMAT_D24_UNORM_S8_UINT; d.BindFlags = Depth | Resource)},
+        {"ColourAsDepth", Bad("D3D11_BIND_DEPTH_STENCIL"), CHANGE(d.BindFlags = Depth)},
+        TextureCase{"SrgbAccess", Bad("D3D11_BIND_UNORDERED_ACCESS"),
+                    CHANGE(d.Format = DXGI_FORMAT_R8G8B8A8_UNORM_SRGB; d.BindFlags = Access)},
+        TextureCase{"TargetAndDepth", Bad("excludes"),
+                    CHANGE(d.Format = DXGI_FORMAT_R32_TYPELESS; d.BindFlags = Target | Depth)},
+        {"VertexTexture", Bad("only a buffer"), CHANGE(d.BindFlags = Vertex)},
+        {"Shared", Bad("MiscFlags 0x2"), CHANGE(d.MiscFlags = D3D11_RESOURCE_MISC_SHARED)},
+        TextureCase{"DynamicMips", Bad("single subresource"),
+                    CHANGE(d.Usage = Dynamic; d.BindFlags = Resource; d.CPUAccessFlags = Write; d.MipLevels = 2)},
+        TextureCase{"GenerationUnbound", Bad("GENERATE_MIPS needs"),
+                    CHANGE(d.BindFlags = Resource; d.MiscFlags = Mips)},
+        TextureCase{"GenerationOfIntegers", Bad("R8G8B8A8_UINT"),
+                    CHANGE(d.Format = DXGI_FORMAT_R8G8B8A8_UINT; d.MiscFlags = Mips)},
+        {"NoSamples", Bad("SampleDesc.Count 0"), CHANGE(d.SampleDesc = {0, 0})},
+        {"ThreeSamples", Bad("SampleDesc.Count 3"), CHANGE(d.SampleDesc = {3, 0})},
+        {"TooManySamples", Bad("SampleDesc.Count 64"), CHANGE(d.SampleDesc = {64, 0})},
+        {"Quality", Bad("Quality 2"), CHANGE(d.SampleDesc = {4, 2})},
+        TextureCase{"SampledMips", Bad("one mip"), CHANGE(d.SampleDesc = {4, 0}; d.MipLevels = 2)},
+        {"SampledData", Bad("no initial data"), CHANGE(d.SampleDesc = {4, 0}), true},
+        TextureCase{"CubeOfFive", Bad("of 6"), CHANGE(d.Width = 32; d.ArraySize = 5; d.MiscFlags = Cube)},
+        TextureCase{"CubeNotSquare", Bad("square"), CHANGE(d.ArraySize = 6; d.MiscFlags = Cube)},
+        TextureCase{"ImmutableEmpty", Bad("initial data"), CHANGE(d.Usage = Immutable; d.BindFlags = Resource)},
+        TextureCase{"ImmutableFilled", {}, CHANGE(d.Usage = Immutable; d.BindFlags = Resource), true}}),
     [](const auto& info) { return NameOf(info); });
 
 TEST(ResourceRules, SettleTheNumberOfMips)
