@@ -160,6 +160,17 @@ TEST_P(Captures, ArraysGiveTheirFirstSliceAndDDSAllOfThem)
     m_renderer->CreateTexture(again, dds, gw::ETextureUsageFlag(spec.usage), gw::eTextureAccessFlag_GPURead);
     EXPECT_EQ(m_renderer->GetTextureById(again)->arraySize, 6);
     EXPECT_EQ(ReadAll(again), bytes);
+
+    qs::ScratchBuffer damaged;
+    damaged.Write(dds.GetReadData(), 100);
+    const auto create = [&] {
+        m_renderer->CreateTexture(again, damaged, gw::eTextureUsageFlag_ShaderResource, gw::eTextureAccessFlag_GPURead);
+    };
+    create();
+    ExpectError("Can't get metadata for dds in memory!");
+    damaged.Write(dds.GetReadData() + 100, 60);
+    create();
+    ExpectError("Can't get image for dds in memory!");
 }
 
 TEST_P(Captures, FilesAreWrittenOrTheReasonIsLogged)

@@ -2,6 +2,7 @@
 #include "BackendFixture.h"
 
 #include <cstring>
+#include <thread>
 
 namespace {
 
@@ -38,6 +39,31 @@ TEST_P(Contents, ComeBackAsTheyWent)
         const std::vector<std::uint8_t> bytes = MakeContents(spec);
         const qs::ObjectHandle handle = Make(spec, bytes);
         EXPECT_EQ(m_renderer->GetTextureSize(handle), bytes.size());
+        EXPECT_EQ(ReadAll(handle), bytes);
+        m_renderer->RemoveTexture(handle, true, false);
+    }
+}
+
+TEST_P(Contents, AreMadeOnSeveralThreadsAtOnce)
+{
+    const TextureSpec spec = {"threaded", gw::FORMAT_RGBA8, 16, 16, 0, 5, 1, 1, 4, 4};
+    const std::vector<std::uint8_t> bytes = MakeContents(spec);
+    std::vector<qs::ObjectHandle> kept(3);
+    std::vector<std::thread> threads;
+    for (qs::ObjectHandle& mine : kept) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 40; ++i) {
+                m_renderer->RemoveTexture(mine, true, false);
+                mine = Make(spec, bytes);
+                EXPECT_NE(m_renderer->GetSRV(mine), nullptr);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(m_renderer->GetTextureCount(), kept.size());
+    for (const qs::ObjectHandle handle : kept) {
         EXPECT_EQ(ReadAll(handle), bytes);
         m_renderer->RemoveTexture(handle, true, false);
     }
