@@ -2,6 +2,7 @@
 #include "vulkan/Functions.h"
 
 #include <dlfcn.h>
+#include <initializer_list>
 
 namespace gleam {
 
@@ -16,9 +17,11 @@ bool GlobalFunctions::Load()
         return false;
     }
 #ifdef GLEAM_SANITIZE
-    // The loader unloads drivers with their instance. What the processor device's driver keeps then counts as leaked,
-    // from a module that no suppression can name; so it stays loaded.
-    [[maybe_unused]] static void* const driver = dlopen("libvulkan_lvp.so", RTLD_NOW | RTLD_NODELETE);
+    // The loader unloads drivers and layers with their instance. What they keep then counts as leaked, from a module
+    // that no suppression can name, and the thread checker refuses to go on; so they stay loaded.
+    for (const char* name : {"libvulkan_lvp.so", "libVkLayer_khronos_validation.so"}) {
+        dlopen(name, RTLD_NOW | RTLD_NODELETE);
+    }
 #endif
     GetInstanceProcAddr = reinterpret_cast<PFN_vkGetInstanceProcAddr>(dlsym(library, "vkGetInstanceProcAddr"));
     if (!GetInstanceProcAddr) {
