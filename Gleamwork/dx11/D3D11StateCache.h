@@ -1,6 +1,7 @@
 // The shadow of what is bound on the device: `Set…` calls compare with it, `Apply…` calls send what changed.
 #pragma once
 
+#include "Gleamwork/Export.h"
 #include "Gleamwork/RenderTypes.h"
 #include "Gleamwork/Shader.h"
 
@@ -22,7 +23,7 @@ enum EShaderStage : std::uint8_t
 };
 
 /// Belongs to the render thread; no locks.
-struct D3D11StateCache
+struct GW_API D3D11StateCache
 {
     static constexpr int SAMPLER_SLOTS = 16;
     static constexpr int TEXTURE_SLOTS = 20;

@@ -33,6 +33,11 @@ gw::ETextureAccessFlag Access(unsigned bits)
     return static_cast<gw::ETextureAccessFlag>(bits);
 }
 
+unsigned SrgbBit(bool isSrgb)
+{
+    return isSrgb ? unsigned(gw::eTextureUsageFlag_SRGB) : 0u;
+}
+
 constexpr unsigned DeviceOnly = gw::eTextureAccessFlag_GPURead | gw::eTextureAccessFlag_GPUWrite;
 
 } // namespace
@@ -131,8 +136,7 @@ qs::ObjectHandle ImageScene::CreateTexture(ImageFile& image) const
     unsigned bytes = image.GetByteSize();
     return gw::DataLoader::InvokeAddTextureFromMemory(
         image.GetPixels(), image.GetFormat(), image.GetWidth(), image.GetHeight(), 0, 1, &bytes, 1, 1,
-        Usage(gw::eTextureUsageFlag_ShaderResource | (isSrgb ? gw::eTextureUsageFlag_SRGB : 0u)),
-        Access(gw::eTextureAccessFlag_GPURead));
+        Usage(gw::eTextureUsageFlag_ShaderResource | SrgbBit(isSrgb)), Access(gw::eTextureAccessFlag_GPURead));
 }
 
 /// The same with all its mip levels, which the device makes: an image that is drawn smaller must not alias.
@@ -144,7 +148,7 @@ qs::ObjectHandle ImageScene::CreateMippedTexture(ImageFile& image) const
         nullptr, image.GetFormat(), image.GetWidth(), image.GetHeight(), 0,
         FullChain(image.GetWidth(), image.GetHeight()), nullptr, 1, 1,
         Usage(gw::eTextureUsageFlag_ShaderResource | gw::eTextureUsageFlag_RenderTarget |
-              gw::eTextureUsageFlag_GenerateMips | (isSrgb ? gw::eTextureUsageFlag_SRGB : 0u)),
+              gw::eTextureUsageFlag_GenerateMips | SrgbBit(isSrgb)),
         Access(DeviceOnly));
     if (m_renderer->GetTextureSize(top) != 0 && m_renderer->GetTextureSize(mipped) != 0) {
         m_renderer->CopyTextureSlice(top, 0, mipped, 0);
@@ -159,8 +163,7 @@ bool ImageScene::CreateTarget(std::string& error)
     const bool isSrgb = !m_exact && m_format == gw::FORMAT_RGBA8;
     m_target = gw::DataLoader::InvokeAddTextureFromMemory(
         nullptr, m_format, m_size.width, m_size.height, 0, 1, nullptr, 1, 1,
-        Usage(gw::eTextureUsageFlag_RenderTarget | gw::eTextureUsageFlag_ShaderResource |
-              (isSrgb ? gw::eTextureUsageFlag_SRGB : 0u)),
+        Usage(gw::eTextureUsageFlag_RenderTarget | gw::eTextureUsageFlag_ShaderResource | SrgbBit(isSrgb)),
         Access(DeviceOnly));
     if (m_renderer->GetTextureSize(m_target) != 0)
         return true;

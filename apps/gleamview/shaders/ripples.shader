@@ -20,7 +20,7 @@ float4 main(float4 position : SV_Position, float2 uv : TEXCOORD0) : SV_Target0
     float2 bent = uv + fromCentre / max(distance, 0.001) * wave * 0.02;
 
     float3 color = Image0.Sample(ImageSampler, bent).rgb;
-    float highlight = saturate(wave) * 0.25;
+    float highlight = saturate(wave) * 0.08;
     float vignette = 1.0 - 0.6 * dot(uv - 0.5, uv - 0.5);
     return float4(color * vignette + highlight, 1.0);
 }
