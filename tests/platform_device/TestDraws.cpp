@@ -254,7 +254,7 @@ TEST_F(Draws, WithoutShaderTopologyOrViewportDoNothing)
     EXPECT_EQ(0u, ReadColor(texture.Get()));
 }
 
-TEST_F(Draws, GeometryAndTessellationStages)
+TEST_F(Draws, GeometryStagesMakePrimitives)
 {
     const char* pass = "struct V { float4 p : SV_Position; float c : COLOR; };";
     const auto vertex =
@@ -278,4 +278,40 @@ TEST_F(Draws, GeometryAndTessellationStages)
     context->RSSetState(state.Get());
     context->Draw(1, 0);
     EXPECT_EQ("########\n########\n########\n########\n........\n........\n........\n........\n", Picture());
+}
+
+TEST_F(Draws, TessellatedPatchesFillTheirArea)
+{
+    const auto vertex = Vertex("struct P { float4 p : POINT; }; P main(uint id : SV_VertexID) { P p;"
+                               "p.p = float4(id & 1 ? 1 : -1, id & 2 ? -1 : 1, 0, 1); return p; }");
+    const auto hull = Code(
+        "struct P { float4 p : POINT; }; struct K { float e[4] : SV_TessFactor; float i[2] : SV_InsideTessFactor; };"
+        "K factors(InputPatch<P, 4> q) { K k; k.e[0] = k.e[1] = k.e[2] = k.e[3] = 3; k.i[0] = k.i[1] = 3; return k; }"
+        "[domain(\"quad\")] [partitioning(\"integer\")] [outputtopology(\"triangle_cw\")] [outputcontrolpoints(4)]"
+        "[patchconstantfunc(\"factors\")] P main(InputPatch<P, 4> q, uint i : SV_OutputControlPointID) { return q[i]; "
+        "}",
+        "hs_5_0");
+    const auto domain = Code(
+        "struct P { float4 p : POINT; }; struct K { float e[4] : SV_TessFactor; float i[2] : SV_InsideTessFactor; };"
+        "[domain(\"quad\")] float4 main(K k, float2 at : SV_DomainLocation, const OutputPatch<P, 4> q) : SV_Position"
+        "{ return lerp(lerp(q[0].p, q[1].p, at.x), lerp(q[2].p, q[3].p, at.x), at.y) * float4(0.5, 1, 1, 1); }",
+        "ds_5_0");
+    ComPtr<ID3D11HullShader> hullShader;
+    ComPtr<ID3D11DomainShader> domainShader;
+    ASSERT_EQ(S_OK,
+              device->CreateHullShader(hull->GetBufferPointer(), hull->GetBufferSize(), nullptr, hullShader.Put()));
+    ASSERT_EQ(S_OK, device->CreateDomainShader(domain->GetBufferPointer(), domain->GetBufferSize(), nullptr,
+                                               domainShader.Put()));
+    const D3D11_RASTERIZER_DESC desc{D3D11_FILL_SOLID, D3D11_CULL_NONE, FALSE, 0, 0, 0, TRUE, FALSE, FALSE, FALSE};
+    ComPtr<ID3D11RasterizerState> state;
+    ASSERT_EQ(S_OK, device->CreateRasterizerState(&desc, state.Put()));
+    context->RSSetState(state.Get());
+    context->VSSetShader(vertex.Get(), nullptr, 0);
+    context->HSSetShader(hullShader.Get(), nullptr, 0);
+    context->DSSetShader(domainShader.Get(), nullptr, 0);
+    context->PSSetShader(white.Get(), nullptr, 0);
+    context->IASetPrimitiveTopology(D3D_PRIMITIVE_TOPOLOGY_4_CONTROL_POINT_PATCHLIST);
+    context->Draw(4, 0);
+    const std::string row = "..####..\n";
+    EXPECT_EQ(row + row + row + row + row + row + row + row, Picture());
 }

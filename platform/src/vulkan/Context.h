@@ -426,6 +426,7 @@ private:
     void CopyOutShadow(Buffer& buffer, VkDeviceSize from, VkDeviceSize to);
 
     // --- ContextCopy
+    void SubmitWhenFull(const char* call);
     bool CanGoAhead(const Resource& resource) const { return resource.mainUse != m_stream.Serial(); }
     void UpdateBuffer(Buffer& buffer, const CopyBox& region, const void* data);
     void UpdateTexture(Texture& texture, UINT subresource, const CopyBox& region, const std::byte* data, UINT rowPitch,

@@ -44,6 +44,20 @@ void Context::UpdateSubresource(ID3D11Resource* object, UINT subresource, const 
     } catch (const VulkanError& error) {
         m_gpu.Report(error, "ID3D11DeviceContext::UpdateSubresource");
     }
+    SubmitWhenFull("ID3D11DeviceContext::UpdateSubresource");
+}
+
+// Uploads without draws must not pile up either.
+void Context::SubmitWhenFull(const char* call)
+{
+    if (!m_stream.IsFull()) {
+        return;
+    }
+    try {
+        Submit();
+    } catch (const VulkanError& error) {
+        m_gpu.Report(error, call);
+    }
 }
 
 void Context::UpdateBuffer(Buffer& buffer, const CopyBox& region, const void* data)

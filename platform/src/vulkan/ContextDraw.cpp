@@ -394,9 +394,8 @@ bool Context::PrepareIndirect(Buffer& arguments)
     // The arguments are a read like the shaders' own; they have to be in place before the pass begins.
     if (BufferNeeds(arguments, access::BufferRead)) {
         EndPass();
-        UseBuffer(arguments, access::BufferRead);
     }
-    arguments.MarkUsed(m_stream.Serial());
+    UseBuffer(arguments, access::BufferRead);
     if (!PrepareDraw()) {
         return false;
     }

@@ -60,6 +60,8 @@ void Context::Rename(Buffer& buffer)
         m_stream.RetireSlice(buffer.Rename(m_stream.AcquireRename(buffer.Size())));
     }
     buffer.state = {};
+    // Nobody has used the new place yet, so that a second overwrite stays there.
+    buffer.lastUse.store(0, std::memory_order_relaxed);
     MovedBuffer(buffer);
 }
 
@@ -168,6 +170,7 @@ void Context::Unmap(ID3D11Resource* object, UINT subresource)
             m_gpu.Report(error, "ID3D11DeviceContext::Unmap");
         }
         m_stream.RetireSlice(slice);
+        SubmitWhenFull("ID3D11DeviceContext::Unmap");
         return;
     }
 }

@@ -316,6 +316,10 @@ void Gpu::CreateDevice()
         features.anyDynamicTopology = dynamicProperties.dynamicPrimitiveTopologyUnrestricted;
     }
 
+    if (DebugSwitch("baked-state")) {
+        features.dynamicVertexInput = features.dynamicBlend = features.anyDynamicTopology = false;
+    }
+
     const float priority = 1.0f;
     VkDeviceQueueCreateInfo queue{VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
     queue.queueFamilyIndex = queueFamily;

@@ -36,8 +36,9 @@ struct GpuFeatures
     bool mirrorOnce = false;
 };
 
-/// Reads two switches of GLEAM_DEBUG when it is made: `lose-device=N` makes the N-th submission report a lost device,
-/// `sync` waits for each submission.
+/// Reads switches of GLEAM_DEBUG when it is made: `lose-device=N` makes the N-th submission report a lost device,
+/// `sync` waits for each submission, `baked-state` goes without the extensions for dynamic state, as devices do that
+/// lack them.
 class Gpu
 {
 public:

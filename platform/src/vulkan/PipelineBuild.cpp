@@ -10,7 +10,7 @@ constexpr VkShaderStageFlagBits StageBits[GraphicsSets] = {
     VK_SHADER_STAGE_VERTEX_BIT, VK_SHADER_STAGE_FRAGMENT_BIT, VK_SHADER_STAGE_GEOMETRY_BIT,
     VK_SHADER_STAGE_TESSELLATION_CONTROL_BIT, VK_SHADER_STAGE_TESSELLATION_EVALUATION_BIT};
 
-std::vector<VkDynamicState> DynamicStates(const GpuFeatures& features, bool hasTessellation)
+std::vector<VkDynamicState> DynamicStates(const GpuFeatures& features, bool hasTessellation, bool hasBuffers)
 {
     std::vector<VkDynamicState> states = {
         VK_DYNAMIC_STATE_VIEWPORT_WITH_COUNT, VK_DYNAMIC_STATE_SCISSOR_WITH_COUNT,
@@ -24,8 +24,11 @@ std::vector<VkDynamicState> DynamicStates(const GpuFeatures& features, bool hasT
     if (!hasTessellation) {
         states.push_back(VK_DYNAMIC_STATE_PRIMITIVE_TOPOLOGY);
     }
-    states.push_back(features.dynamicVertexInput ? VK_DYNAMIC_STATE_VERTEX_INPUT_EXT
-                                                 : VK_DYNAMIC_STATE_VERTEX_INPUT_BINDING_STRIDE);
+    if (features.dynamicVertexInput) {
+        states.push_back(VK_DYNAMIC_STATE_VERTEX_INPUT_EXT);
+    } else if (hasBuffers) {
+        states.push_back(VK_DYNAMIC_STATE_VERTEX_INPUT_BINDING_STRIDE);
+    }
     if (features.dynamicBlend) {
         for (const VkDynamicState state :
              {VK_DYNAMIC_STATE_COLOR_BLEND_ENABLE_EXT, VK_DYNAMIC_STATE_COLOR_BLEND_EQUATION_EXT,
@@ -144,7 +147,8 @@ VkPipeline Pipelines::MakePipeline(const GraphicsProgram& program, const Pipelin
     rendering.depthAttachmentFormat = static_cast<VkFormat>(state.depthFormat);
     rendering.stencilAttachmentFormat = static_cast<VkFormat>(state.stencilFormat);
 
-    const std::vector<VkDynamicState> dynamicStates = DynamicStates(features, hasTessellation);
+    const std::vector<VkDynamicState> dynamicStates =
+        DynamicStates(features, hasTessellation, input && !input->bindings.empty());
     VkPipelineDynamicStateCreateInfo dynamic{VK_STRUCTURE_TYPE_PIPELINE_DYNAMIC_STATE_CREATE_INFO};
     dynamic.dynamicStateCount = static_cast<uint32_t>(dynamicStates.size());
     dynamic.pDynamicStates = dynamicStates.data();

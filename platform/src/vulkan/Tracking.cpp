@@ -16,7 +16,8 @@ bool NeedsBarrier(const AccessState& state, const Access& next, bool isImage)
     if (state.writeStages == 0) {
         return false;
     }
-    return (next.stages & ~state.readStages) != 0 || (next.access & ~state.readAccess) != 0;
+    const bool seesAll = (state.readAccess & VK_ACCESS_2_MEMORY_READ_BIT) != 0;
+    return (next.stages & ~state.readStages) != 0 || (!seesAll && (next.access & ~state.readAccess) != 0);
 }
 
 bool Advance(AccessState& state, const Access& next, bool isImage, Dependency& dependency)
