@@ -67,6 +67,7 @@ TEST_F(Targets, TheSizeComesFromTheFirstTargetElseFromDepth)
     const auto bind = [&](unsigned count, qs::ObjectHandle depthTarget) {
         m_renderer->SetRenderTargets(count, &color, nullptr, nullptr, depthTarget, false, -1);
     };
+    bind(1, TEXTURE_NONE);
     EXPECT_EQ(CountCalls("Map", [&] { bind(0, depth); }), 1u); // the view constants hold the size
     EXPECT_EQ(State().viewport[0], 32);
     EXPECT_EQ(State().viewport[1], 8);
@@ -75,7 +76,8 @@ TEST_F(Targets, TheSizeComesFromTheFirstTargetElseFromDepth)
     EXPECT_EQ(CountCalls("Map", [&] { bind(1, TEXTURE_NONE); }), 0u);
     bind(0, TEXTURE_NONE);
     EXPECT_EQ(State().targetWidth, 0);
-    m_renderer->SetRenderTargets(9, nullptr, nullptr, nullptr, TEXTURE_NONE, false, -1);
+    const qs::ObjectHandle tooMany[9] = {};
+    m_renderer->SetRenderTargets(9, tooMany, nullptr, nullptr, TEXTURE_NONE, false, -1);
     ExpectAssert("Trying to set 9 render targets, the maximum is 8!");
     m_renderer->RemoveTexture(depth, true, true);
 }

@@ -16,7 +16,7 @@ protected:
 
 constexpr gw::FormatDesc POSITION = {0, gw::eAttributeUsage_Position, 0, 0, gw::eAttributeFormat_Float32, 2};
 constexpr gw::FormatDesc UV = {1, gw::eAttributeUsage_Texcoord, 0, 0, gw::eAttributeFormat_Float16, 2};
-constexpr gw::FormatDesc COLOR = {1, gw::eAttributeUsage_Color, 3, 1, gw::eAttributeFormat_UNorm8, 4};
+constexpr gw::FormatDesc COLOR = {2, gw::eAttributeUsage_Color, 3, 1, gw::eAttributeFormat_UNorm8, 4};
 
 TEST_F(VertexFormats, EqualAttributesShareOneFormat)
 {
@@ -33,7 +33,8 @@ TEST_F(VertexFormats, StreamsHaveTheirOwnSizesAndTheDummyShaderTakesAllAttribute
 {
     const qs::ObjectHandle format = Add({POSITION, UV, COLOR});
     EXPECT_EQ(m_renderer->GetVertexSize(format, 0), 8u);
-    EXPECT_EQ(m_renderer->GetVertexSize(format, 1), 8u);
+    EXPECT_EQ(m_renderer->GetVertexSize(format, 1), 4u);
+    EXPECT_EQ(m_renderer->GetVertexSize(format, 2), 4u);
     EXPECT_EQ(m_renderer->GetVertexSize(format, 8), 0u);
     EXPECT_EQ(m_renderer->GetNumTexCoords(format), 1);
     // A layout was made: binding it reaches the device with one.
