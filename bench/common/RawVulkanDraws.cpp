@@ -73,7 +73,8 @@ constexpr VkDeviceSize PixelBytes = DrawScene::Target * DrawScene::Target * 4;
 #define RAW_DEVICE_CALLS(X)                                                                                            \
     X(BeginCommandBuffer)                                                                                              \
     X(EndCommandBuffer)                                                                                                \
-    X(ResetCommandPool) X(CmdBeginRendering) X(CmdEndRendering) X(CmdBindPipeline) X(CmdSetViewport) X(CmdSetScissor)  \
+    X(ResetCommandPool)                                                                                                \
+    X(CmdBeginRendering) X(CmdEndRendering) X(CmdBindPipeline) X(CmdSetViewport) X(CmdSetScissor)                      \
         X(CmdBindDescriptorSets) X(CmdDraw) X(CmdPipelineBarrier) X(CmdCopyImageToBuffer) X(QueueSubmit)               \
             X(WaitForFences) X(ResetFences)
 

@@ -22,27 +22,27 @@ void BackendTest::TearDown()
     EXPECT_EQ(GleamPlatformTakeValidationMessages(text, sizeof(text)), 0u) << text;
 }
 
-unsigned SliceCount(const TextureSpec& spec)
+unsigned SliceCount(const TextureSpec& wanted)
 {
-    return spec.usage & gw::eTextureUsageFlag_CubeMap ? spec.slices * 6 : spec.slices;
+    return wanted.usage & gw::eTextureUsageFlag_CubeMap ? wanted.slices * 6 : wanted.slices;
 }
 
-std::uint64_t MipBytes(const TextureSpec& spec, unsigned mip)
+std::uint64_t MipBytes(const TextureSpec& wanted, unsigned mip)
 {
-    const gw::image::FormatDescription format = gw::image::GetFormatDescription(spec.format);
+    const gw::image::FormatDescription format = gw::image::GetFormatDescription(wanted.format);
     const auto size = [mip](unsigned top) { return std::max(top >> mip, 1u); };
     const unsigned block = format.isBlockCompressed ? 4 : 1;
     const auto blocks = [&](unsigned top) { return (size(top) + block - 1) / block; };
-    return format.elementBytes * blocks(spec.width) * blocks(spec.height) * size(spec.depth);
+    return format.elementBytes * blocks(wanted.width) * blocks(wanted.height) * size(wanted.depth);
 }
 
-std::vector<std::uint8_t> MakeContents(const TextureSpec& spec)
+std::vector<std::uint8_t> MakeContents(const TextureSpec& wanted)
 {
     std::uint64_t size = 0;
-    for (unsigned mip = 0; mip < spec.mips; ++mip) {
-        size += MipBytes(spec, mip);
+    for (unsigned mip = 0; mip < wanted.mips; ++mip) {
+        size += MipBytes(wanted, mip);
     }
-    std::vector<std::uint8_t> bytes(size * SliceCount(spec));
+    std::vector<std::uint8_t> bytes(size * SliceCount(wanted));
     std::uint32_t state = 12345;
     for (std::uint8_t& byte : bytes) {
         state = state * 1664525u + 1013904223u;
@@ -51,25 +51,26 @@ std::vector<std::uint8_t> MakeContents(const TextureSpec& spec)
     return bytes;
 }
 
-bool BackendTest::Create(qs::ObjectHandle handle, const TextureSpec& spec, const std::vector<std::uint8_t>& bytes)
+bool BackendTest::Create(qs::ObjectHandle handle, const TextureSpec& wanted, const std::vector<std::uint8_t>& bytes)
 {
     std::vector<unsigned> mipSizes;
-    for (unsigned mip = 0; mip < spec.mips; ++mip) {
-        mipSizes.push_back(unsigned(MipBytes(spec, mip) * SliceCount(spec)));
+    for (unsigned mip = 0; mip < wanted.mips; ++mip) {
+        mipSizes.push_back(unsigned(MipBytes(wanted, mip) * SliceCount(wanted)));
     }
     gw::GraphicsBuffer mem;
     if (!bytes.empty()) {
         mem.CopyData(bytes.data(), bytes.size());
     }
-    return m_renderer->CreateTexture(handle, mem, spec.format, spec.width, spec.height, spec.depth, spec.mips,
-                                     spec.mips, bytes.empty() ? nullptr : mipSizes.data(), spec.slices, spec.samples,
-                                     gw::ETextureUsageFlag(spec.usage), gw::ETextureAccessFlag(spec.access));
+    return m_renderer->CreateTexture(handle, mem, wanted.format, wanted.width, wanted.height, wanted.depth, wanted.mips,
+                                     wanted.mips, bytes.empty() ? nullptr : mipSizes.data(), wanted.slices,
+                                     wanted.samples, gw::ETextureUsageFlag(wanted.usage),
+                                     gw::ETextureAccessFlag(wanted.access));
 }
 
-qs::ObjectHandle BackendTest::Make(const TextureSpec& spec, const std::vector<std::uint8_t>& bytes)
+qs::ObjectHandle BackendTest::Make(const TextureSpec& wanted, const std::vector<std::uint8_t>& bytes)
 {
     const qs::ObjectHandle handle = m_renderer->AddTexture();
-    EXPECT_TRUE(Create(handle, spec, bytes)) << spec.name;
+    EXPECT_TRUE(Create(handle, wanted, bytes)) << wanted.name;
     return handle;
 }
 

@@ -41,8 +41,8 @@ protected:
     void TearDown() override;
 
     /// Makes a texture, with `bytes` as contents unless they are empty; gives what CreateTexture gave.
-    bool Create(qs::ObjectHandle handle, const TextureSpec& spec, const std::vector<std::uint8_t>& bytes = {});
-    qs::ObjectHandle Make(const TextureSpec& spec, const std::vector<std::uint8_t>& bytes = {});
+    bool Create(qs::ObjectHandle handle, const TextureSpec& wanted, const std::vector<std::uint8_t>& bytes = {});
+    qs::ObjectHandle Make(const TextureSpec& wanted, const std::vector<std::uint8_t>& bytes = {});
     /// All slices and mips as they lie on the device, in the order of a texture's initial data.
     std::vector<std::uint8_t> ReadAll(qs::ObjectHandle texture);
     /// Marks a texture as bound in this frame and gives the view that a shader would get.
@@ -59,8 +59,8 @@ inline std::string DeviceName(const testing::TestParamInfo<const char*>& info)
 }
 
 /// Bytes of one mip of all depth slices of one array slice.
-std::uint64_t MipBytes(const TextureSpec& spec, unsigned mip);
+std::uint64_t MipBytes(const TextureSpec& wanted, unsigned mip);
 /// Distinct-looking contents for every slice and mip.
-std::vector<std::uint8_t> MakeContents(const TextureSpec& spec);
+std::vector<std::uint8_t> MakeContents(const TextureSpec& wanted);
 /// Array slices as the device counts them.
-unsigned SliceCount(const TextureSpec& spec);
+unsigned SliceCount(const TextureSpec& wanted);

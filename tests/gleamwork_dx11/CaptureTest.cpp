@@ -120,9 +120,9 @@ TEST_P(Captures, DDSTakesMipsAndCompression)
          {Case{false, false, false, DXGI_FORMAT_R8G8B8A8_UNORM, 1},
           Case{false, true, true, DXGI_FORMAT_R8G8B8A8_UNORM_SRGB, 5},
           Case{true, true, false, DXGI_FORMAT_BC1_UNORM, 5}, Case{true, true, true, DXGI_FORMAT_BC1_UNORM, 5}}) {
-        TextureSpec spec = {"source", gw::FORMAT_RGBA8, 16, 16};
-        spec.usage |= c.srgb ? gw::eTextureUsageFlag_SRGB : 0;
-        const qs::ObjectHandle texture = Keep(Make(spec, bytes));
+        TextureSpec wanted = {"source", gw::FORMAT_RGBA8, 16, 16};
+        wanted.usage |= c.srgb ? gw::eTextureUsageFlag_SRGB : 0;
+        const qs::ObjectHandle texture = Keep(Make(wanted, bytes));
         qs::ScratchBuffer buffer;
         ASSERT_TRUE(Save(texture, "dds", buffer, c.compress, c.mips));
         DirectX::ScratchImage image;
@@ -139,25 +139,25 @@ TEST_P(Captures, DDSTakesMipsAndCompression)
 
 TEST_P(Captures, ArraysGiveTheirFirstSliceAndDDSAllOfThem)
 {
-    const TextureSpec spec = {"cube",
-                              gw::FORMAT_RGBA8,
-                              4,
-                              4,
-                              0,
-                              2,
-                              1,
-                              1,
-                              gw::eTextureUsageFlag_ShaderResource | gw::eTextureUsageFlag_CubeMap,
-                              4};
-    const std::vector<std::uint8_t> bytes = MakeContents(spec);
-    const qs::ObjectHandle cube = Keep(Make(spec, bytes));
+    const TextureSpec wanted = {"cube",
+                                gw::FORMAT_RGBA8,
+                                4,
+                                4,
+                                0,
+                                2,
+                                1,
+                                1,
+                                gw::eTextureUsageFlag_ShaderResource | gw::eTextureUsageFlag_CubeMap,
+                                4};
+    const std::vector<std::uint8_t> bytes = MakeContents(wanted);
+    const qs::ObjectHandle cube = Keep(Make(wanted, bytes));
     qs::ScratchBuffer dds;
     ASSERT_TRUE(Save(cube, "DDS", dds));
     qs::ScratchBuffer tga;
     EXPECT_TRUE(Save(cube, "TGA", tga));
     EXPECT_LT(tga.GetSize(), 200u);
     const qs::ObjectHandle again = Keep(m_renderer->AddTexture());
-    m_renderer->CreateTexture(again, dds, gw::ETextureUsageFlag(spec.usage), gw::eTextureAccessFlag_GPURead);
+    m_renderer->CreateTexture(again, dds, gw::ETextureUsageFlag(wanted.usage), gw::eTextureAccessFlag_GPURead);
     EXPECT_EQ(m_renderer->GetTextureById(again)->arraySize, 6);
     EXPECT_EQ(ReadAll(again), bytes);
 

@@ -22,7 +22,7 @@ INSTANTIATE_TEST_SUITE_P(Devices, Contents, testing::Values("null", "software"),
 TEST_P(Contents, ComeBackAsTheyWent)
 {
     const unsigned cube = gw::eTextureUsageFlag_ShaderResource | gw::eTextureUsageFlag_CubeMap;
-    const TextureSpec specs[] = {
+    const TextureSpec cases[] = {
         {"odd sizes", gw::FORMAT_RGBA8, 5, 7, 0, 3, 3, 1, 4, 4},
         {"sRGB", gw::FORMAT_BGRA8, 8, 8, 0, 4, 1, 1, 4 | 1, 4},
         {"block cube", gw::FORMAT_DXT1, 16, 16, 0, 3, 1, 1, cube, 4},
@@ -34,10 +34,10 @@ TEST_P(Contents, ComeBackAsTheyWent)
         {"two bytes", gw::FORMAT_R16UI, 9, 9, 0, 1, 2, 1, 4, 12},
         {"cube array", gw::FORMAT_RGBA8, 4, 4, 0, 3, 2, 1, cube, 4},
     };
-    for (const TextureSpec& spec : specs) {
-        SCOPED_TRACE(spec.name);
-        const std::vector<std::uint8_t> bytes = MakeContents(spec);
-        const qs::ObjectHandle handle = Make(spec, bytes);
+    for (const TextureSpec& wanted : cases) {
+        SCOPED_TRACE(wanted.name);
+        const std::vector<std::uint8_t> bytes = MakeContents(wanted);
+        const qs::ObjectHandle handle = Make(wanted, bytes);
         EXPECT_EQ(m_renderer->GetTextureSize(handle), bytes.size());
         EXPECT_EQ(ReadAll(handle), bytes);
         m_renderer->RemoveTexture(handle, true, false);
@@ -46,15 +46,15 @@ TEST_P(Contents, ComeBackAsTheyWent)
 
 TEST_P(Contents, AreMadeOnSeveralThreadsAtOnce)
 {
-    const TextureSpec spec = {"threaded", gw::FORMAT_RGBA8, 16, 16, 0, 5, 1, 1, 4, 4};
-    const std::vector<std::uint8_t> bytes = MakeContents(spec);
+    const TextureSpec wanted = {"threaded", gw::FORMAT_RGBA8, 16, 16, 0, 5, 1, 1, 4, 4};
+    const std::vector<std::uint8_t> bytes = MakeContents(wanted);
     std::vector<qs::ObjectHandle> kept(3);
     std::vector<std::thread> threads;
     for (qs::ObjectHandle& mine : kept) {
         threads.emplace_back([&] {
             for (int i = 0; i < 40; ++i) {
                 m_renderer->RemoveTexture(mine, true, false);
-                mine = Make(spec, bytes);
+                mine = Make(wanted, bytes);
                 EXPECT_NE(m_renderer->GetSRV(mine), nullptr);
             }
         });
@@ -86,9 +86,9 @@ TEST_P(Contents, TooManyPiecesLeaveATextureWithoutContents)
 
 TEST_P(Contents, LocksWriteAndCopiesMove)
 {
-    const TextureSpec spec = {"dynamic", gw::FORMAT_RGBA8, 5, 3, 0, 1, 1, 1, 4, 6};
-    const std::vector<std::uint8_t> bytes = MakeContents(spec);
-    const qs::ObjectHandle dynamic = Make(spec);
+    const TextureSpec wanted = {"dynamic", gw::FORMAT_RGBA8, 5, 3, 0, 1, 1, 1, 4, 6};
+    const std::vector<std::uint8_t> bytes = MakeContents(wanted);
+    const qs::ObjectHandle dynamic = Make(wanted);
     EXPECT_GE(m_renderer->GetTexturePitch(dynamic, 0), 20);
     m_renderer->UpdateTextureData(dynamic, bytes.data(), 5, 3, 4);
     const std::vector<Pixel> pixels = ReadPixels(dynamic);

@@ -35,7 +35,7 @@ protected:
 
 struct Refusal
 {
-    TextureSpec spec;
+    TextureSpec wanted;
     bool withBytes;
     const char* message;
 };
@@ -94,10 +94,10 @@ TEST_F(TextureChecks, RefuseWithAMessageAndLeaveNothing)
     };
     const qs::ObjectHandle handle = m_renderer->AddTexture();
     for (const Refusal& refusal : refusals) {
-        SCOPED_TRACE(refusal.spec.name);
+        SCOPED_TRACE(refusal.wanted.name);
         const std::vector<std::uint8_t> bytes =
-            refusal.withBytes ? MakeContents(refusal.spec) : std::vector<std::uint8_t>();
-        EXPECT_FALSE(Create(handle, refusal.spec, bytes));
+            refusal.withBytes ? MakeContents(refusal.wanted) : std::vector<std::uint8_t>();
+        EXPECT_FALSE(Create(handle, refusal.wanted, bytes));
         ExpectAssert(refusal.message);
         EXPECT_EQ(m_renderer->GetTextureSize(handle), 0u);
         EXPECT_EQ(m_renderer->GetSRV(handle), nullptr);
@@ -114,7 +114,7 @@ TEST_F(TextureChecks, RefuseWithAMessageAndLeaveNothing)
 
 TEST_F(TextureChecks, AcceptTheLimits)
 {
-    const TextureSpec specs[] = {
+    const TextureSpec cases[] = {
         {"widest 2D", gw::FORMAT_R8, 16384, 1},
         {"widest 1D", gw::FORMAT_R8, 16384, 0},
         {"small plain 2D", gw::FORMAT_RGBA8, 2, 2},
@@ -123,12 +123,12 @@ TEST_F(TextureChecks, AcceptTheLimits)
     };
     const D3D11_USAGE usages[] = {D3D11_USAGE_DEFAULT, D3D11_USAGE_DEFAULT, D3D11_USAGE_DEFAULT, D3D11_USAGE_STAGING,
                                   D3D11_USAGE_DYNAMIC};
-    for (std::size_t i = 0; i < std::size(specs); ++i) {
-        const qs::ObjectHandle handle = Make(specs[i]);
-        if (specs[i].height != 0) {
-            EXPECT_EQ(Describe2D(handle).Usage, usages[i]) << specs[i].name;
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const qs::ObjectHandle handle = Make(cases[i]);
+        if (cases[i].height != 0) {
+            EXPECT_EQ(Describe2D(handle).Usage, usages[i]) << cases[i].name;
         }
-        EXPECT_EQ(m_renderer->GetTextureSize(handle), MipBytes(specs[i], 0)) << specs[i].name;
+        EXPECT_EQ(m_renderer->GetTextureSize(handle), MipBytes(cases[i], 0)) << cases[i].name;
         m_renderer->RemoveTexture(handle, true, false);
     }
 }
@@ -165,7 +165,7 @@ TEST_F(TextureChecks, MakeTheViewsThatTheUsageNames)
 {
     struct Views
     {
-        TextureSpec spec;
+        TextureSpec wanted;
         int srvs, sliceSrvs, rtvs, sliceRtvs, dsvs, sliceDsvs, uavs;
     };
     const Views table[] = {
@@ -206,8 +206,8 @@ TEST_F(TextureChecks, MakeTheViewsThatTheUsageNames)
         return found;
     };
     for (const Views& want : table) {
-        SCOPED_TRACE(want.spec.name);
-        const qs::ObjectHandle handle = Make(want.spec);
+        SCOPED_TRACE(want.wanted.name);
+        const qs::ObjectHandle handle = Make(want.wanted);
         const Texture& texture = *m_renderer->GetTextureById(handle);
         const SRV* srv = m_renderer->GetSRV(handle);
         const int all = texture.arraySize * texture.mipCount;

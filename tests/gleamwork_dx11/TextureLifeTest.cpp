@@ -133,7 +133,7 @@ TEST_F(TextureLife, DroppedMipsKeepTheRest)
 {
     struct Case
     {
-        TextureSpec spec;
+        TextureSpec wanted;
         int mip;
         unsigned keptMips;
         unsigned width;
@@ -146,23 +146,23 @@ TEST_F(TextureLife, DroppedMipsKeepTheRest)
         {{"no mip number keeps one", gw::FORMAT_R8, 8, 8, 0, 4, 1, 1, 4, 4}, -1, 1, 1},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.spec.name);
-        const std::vector<std::uint8_t> bytes = MakeContents(c.spec);
-        const qs::ObjectHandle handle = Make(c.spec, bytes);
+        SCOPED_TRACE(c.wanted.name);
+        const std::vector<std::uint8_t> bytes = MakeContents(c.wanted);
+        const qs::ObjectHandle handle = Make(c.wanted, bytes);
         m_renderer->DecreaseMip(handle, c.mip);
         ExpectQuiet();
         const Texture& texture = *m_renderer->GetTextureById(handle);
         EXPECT_EQ(texture.handle, handle);
         EXPECT_EQ(texture.width, c.width);
         EXPECT_EQ(texture.mipCount, int(c.keptMips));
-        EXPECT_EQ(texture.originalMipCount, int(c.spec.mips));
+        EXPECT_EQ(texture.originalMipCount, int(c.wanted.mips));
         EXPECT_EQ(texture.access, 12);
         std::vector<std::uint8_t> kept;
         std::uint64_t offset = 0;
-        for (unsigned i = 0; i < SliceCount(c.spec) * c.spec.mips; ++i) {
-            const unsigned mip = i % c.spec.mips;
-            const std::uint64_t size = MipBytes(c.spec, mip);
-            if (mip >= c.spec.mips - c.keptMips) {
+        for (unsigned i = 0; i < SliceCount(c.wanted) * c.wanted.mips; ++i) {
+            const unsigned mip = i % c.wanted.mips;
+            const std::uint64_t size = MipBytes(c.wanted, mip);
+            if (mip >= c.wanted.mips - c.keptMips) {
                 kept.insert(kept.end(), bytes.begin() + offset, bytes.begin() + offset + size);
             }
             offset += size;

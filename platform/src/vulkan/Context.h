@@ -374,6 +374,11 @@ private:
     };
     void UpdatePass();
     bool PassFits() const;
+    struct PassInfo;
+    void FlushForeignClears();
+    void AttachColors(PassInfo& pass);
+    void AttachDepth(PassInfo& pass);
+    VkAttachmentLoadOp LoadOp(const ViewCore& view, VkImageAspectFlags aspect, VkClearValue& value);
     void BeginPass();
     void EndPass();
     void AddClear(RenderTargetView* color, DepthStencilView* depth, VkImageAspectFlags aspects,
@@ -407,6 +412,8 @@ private:
     void BuildSet(EStage stage);
     bool ConstantsMoved(const StageBindings& bindings) const;
     void WriteEntry(EStage stage, const DescriptorEntry& entry);
+    void WriteRead(const DescriptorEntry& entry, ShaderResourceView* view);
+    void WriteWritten(const DescriptorEntry& entry, UnorderedAccessView* view);
     VkDescriptorBufferInfo ConstantInfo(Buffer* buffer, bool isDynamic);
     VkImageView ImageFor(const DescriptorEntry& entry, ShaderResourceView* view);
     VkDescriptorBufferInfo PlainWindow(Buffer& buffer, const BufferWindow& window);

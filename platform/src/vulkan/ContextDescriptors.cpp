@@ -7,6 +7,12 @@
 #include "vulkan/Device.h"
 
 namespace gleam {
+namespace {
+
+/// A descriptor that reads zero and drops what is written.
+constexpr VkDescriptorBufferInfo NoBuffer{VK_NULL_HANDLE, 0, VK_WHOLE_SIZE};
+
+} // namespace
 
 const Slice& Context::Zeros()
 {
@@ -148,70 +154,77 @@ VkImageView Context::ImageFor(const DescriptorEntry& entry, ShaderResourceView* 
 void Context::WriteEntry(EStage stage, const DescriptorEntry& entry)
 {
     StageBindings& bindings = m_state.stages[stage];
-    const std::uint64_t serial = m_stream.Serial();
     VkWriteDescriptorSet write{VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET};
     write.dstBinding = entry.binding;
     write.descriptorCount = entry.count;
     write.descriptorType = entry.type;
     m_writes.push_back(write);
-    for (uint32_t i = 0; i < entry.count; ++i) {
-        const uint32_t slot = entry.slot + i;
-        if (entry.bindingClass == EBindingClass::ConstantBuffer) {
+    for (uint32_t slot = entry.slot; slot < entry.slot + entry.count; ++slot) {
+        switch (entry.bindingClass) {
+        case EBindingClass::ConstantBuffer: {
             const bool isDynamic = entry.type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC;
             const VkDescriptorBufferInfo info = ConstantInfo(bindings.constants[slot], isDynamic);
             bindings.setBuffers[slot] = info.buffer;
             m_bufferInfos.push_back(info);
-            continue;
+            break;
         }
-        if (entry.bindingClass == EBindingClass::Sampler) {
+        case EBindingClass::Sampler: {
             SamplerState* sampler = bindings.samplers[slot] ? bindings.samplers[slot] : m_defaultSampler;
             m_imageInfos.push_back({sampler->sampler, VK_NULL_HANDLE, VK_IMAGE_LAYOUT_UNDEFINED});
-            continue;
-        }
-        const bool isRead = entry.bindingClass == EBindingClass::Resource;
-        ShaderResourceView* read = isRead ? bindings.resources[slot] : nullptr;
-        UnorderedAccessView* written = isRead ? nullptr : UnorderedOf(stage, slot);
-        switch (entry.type) {
-        case VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE: {
-            const VkImageView view = ImageFor(entry, read);
-            const VkImageLayout layout =
-                view ? read->resource.AsTexture().SampledAccess().layout : VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL;
-            m_imageInfos.push_back({VK_NULL_HANDLE, view, layout});
             break;
         }
-        case VK_DESCRIPTOR_TYPE_STORAGE_IMAGE: {
-            if (written) {
-                written->MarkUsed(serial);
-            }
-            m_imageInfos.push_back(
-                {VK_NULL_HANDLE, written ? written->image : VK_NULL_HANDLE, VK_IMAGE_LAYOUT_GENERAL});
+        case EBindingClass::Resource:
+            WriteRead(entry, bindings.resources[slot]);
+            break;
+        case EBindingClass::UnorderedAccess:
+            WriteWritten(entry, UnorderedOf(stage, slot));
             break;
         }
-        case VK_DESCRIPTOR_TYPE_UNIFORM_TEXEL_BUFFER:
-        case VK_DESCRIPTOR_TYPE_STORAGE_TEXEL_BUFFER: {
-            VkBufferView view = VK_NULL_HANDLE;
-            if (read && read->window.kind == EBufferViewKind::Typed) {
-                Materialize(read->resource.AsBuffer());
-                view = read->texels.Get(m_gpu, read->resource.AsBuffer(), read->window, serial);
-            } else if (written && written->window.kind == EBufferViewKind::Typed) {
-                view = written->texels.Get(m_gpu, written->resource.AsBuffer(), written->window, serial);
-            }
-            m_texelViews.push_back(view);
-            break;
+    }
+}
+
+void Context::WriteRead(const DescriptorEntry& entry, ShaderResourceView* view)
+{
+    const bool isBuffer = view && view->resource.info.IsBuffer();
+    if (entry.type == VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE) {
+        const VkImageView image = ImageFor(entry, view);
+        const VkImageLayout layout =
+            image ? view->resource.AsTexture().SampledAccess().layout : VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL;
+        m_imageInfos.push_back({VK_NULL_HANDLE, image, layout});
+    } else if (entry.type == VK_DESCRIPTOR_TYPE_UNIFORM_TEXEL_BUFFER) {
+        VkBufferView texels = VK_NULL_HANDLE;
+        if (isBuffer && view->window.kind == EBufferViewKind::Typed) {
+            Materialize(view->resource.AsBuffer());
+            texels = view->texels.Get(m_gpu, view->resource.AsBuffer(), view->window, m_stream.Serial());
         }
-        default: {
-            VkDescriptorBufferInfo info{VK_NULL_HANDLE, 0, VK_WHOLE_SIZE};
-            if (read && read->resource.info.IsBuffer()) {
-                info = PlainWindow(read->resource.AsBuffer(), read->window);
-            } else if (written && entry.isCounter) {
-                info = written->counter ? VkDescriptorBufferInfo{written->counter.buffer, written->counter.offset, 4}
-                                        : info;
-            } else if (written && written->resource.info.IsBuffer()) {
-                info = PlainWindow(written->resource.AsBuffer(), written->window);
-            }
-            m_bufferInfos.push_back(info);
+        m_texelViews.push_back(texels);
+    } else {
+        m_bufferInfos.push_back(isBuffer ? PlainWindow(view->resource.AsBuffer(), view->window) : NoBuffer);
+    }
+}
+
+void Context::WriteWritten(const DescriptorEntry& entry, UnorderedAccessView* view)
+{
+    const bool isBuffer = view && view->resource.info.IsBuffer();
+    if (entry.type == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE) {
+        // The published dimensions of both kinds of views have the same numbers.
+        const bool fits = view && !isBuffer &&
+                          static_cast<unsigned>(view->desc.ViewDimension) == static_cast<unsigned>(entry.dimension);
+        if (fits) {
+            view->MarkUsed(m_stream.Serial());
         }
-        }
+        m_imageInfos.push_back({VK_NULL_HANDLE, fits ? view->image : VK_NULL_HANDLE, VK_IMAGE_LAYOUT_GENERAL});
+    } else if (entry.type == VK_DESCRIPTOR_TYPE_STORAGE_TEXEL_BUFFER) {
+        const bool fits = isBuffer && view->window.kind == EBufferViewKind::Typed;
+        m_texelViews.push_back(fits
+                                   ? view->texels.Get(m_gpu, view->resource.AsBuffer(), view->window, m_stream.Serial())
+                                   : VK_NULL_HANDLE);
+    } else if (entry.isCounter) {
+        const bool fits = view && view->counter;
+        m_bufferInfos.push_back(fits ? VkDescriptorBufferInfo{view->counter.buffer, view->counter.offset, sizeof(UINT)}
+                                     : NoBuffer);
+    } else {
+        m_bufferInfos.push_back(isBuffer ? PlainWindow(view->resource.AsBuffer(), view->window) : NoBuffer);
     }
 }
 

@@ -226,39 +226,44 @@ void Context::UpdatePass()
     m_dirty &= ~DirtyHazards;
 }
 
-void Context::BeginPass()
+// Clears of the targets' resources through other views come before the pass.
+void Context::FlushForeignClears()
 {
-    // Clears of the same resources through other views come first.
-    for (const PendingClear& clear : m_clears) {
+    const bool isForeign = std::any_of(m_clears.begin(), m_clears.end(), [&](const PendingClear& clear) {
         const ViewCore& view = clear.View();
-        const bool isTarget =
-            (clear.color && std::count(m_state.targets.begin(), m_state.targets.end(), clear.color)) ||
-            (clear.depth && clear.depth == m_state.depthTarget);
         const auto touches = [&](const ViewCore* bound) { return bound && &bound->resource == &view.resource; };
-        const bool isTouched =
-            std::any_of(m_state.targets.begin(), m_state.targets.end(), touches) || touches(m_state.depthTarget);
-        if (!isTarget && isTouched) {
-            FlushClears();
-            break;
-        }
+        const auto is = [&](const ViewCore* bound) { return bound == &view; };
+        const auto& targets = m_state.targets;
+        const bool isTarget = std::any_of(targets.begin(), targets.end(), is) || is(m_state.depthTarget);
+        return !isTarget && (std::any_of(targets.begin(), targets.end(), touches) || touches(m_state.depthTarget));
+    });
+    if (isForeign) {
+        FlushClears();
     }
-    for (unsigned stage = 0; stage < StageCompute; ++stage) {
-        PrepareStage(static_cast<EStage>(stage));
-    }
-    UseInputBuffers();
+}
 
-    VkRenderingAttachmentInfo colors[D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT];
+/// What vkCmdBeginRendering takes, with the size that all targets cover.
+struct Context::PassInfo
+{
+    std::array<VkRenderingAttachmentInfo, D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT> colors;
     VkRenderingAttachmentInfo depth{VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO};
     VkRenderingAttachmentInfo stencil{VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO};
     VkRenderingInfo info{VK_STRUCTURE_TYPE_RENDERING_INFO};
     VkExtent2D extent{~0u, ~0u};
     uint32_t layers = ~0u;
-    const auto include = [&](const VkExtent2D& size, uint32_t count) {
+
+    void Include(const VkExtent2D& size, uint32_t count)
+    {
         extent = {std::min(extent.width, size.width), std::min(extent.height, size.height)};
         layers = std::min(layers, count);
-    };
+    }
+};
+
+void Context::AttachColors(PassInfo& pass)
+{
     for (uint32_t i = 0; i < m_state.targets.size(); ++i) {
-        colors[i] = {VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO};
+        VkRenderingAttachmentInfo& color = pass.colors[i];
+        color = {VK_STRUCTURE_TYPE_RENDERING_ATTACHMENT_INFO};
         RenderTargetView* view = m_state.targets[i];
         if (!view) {
             continue;
@@ -266,52 +271,71 @@ void Context::BeginPass()
         UseTexture(view->resource.AsTexture(), view->range, access::ColorTarget);
         view->resource.lastWrite = m_stream.Serial();
         view->MarkUsed(m_stream.Serial());
-        include(view->extent, view->layers);
-        colors[i].imageView = view->image;
-        colors[i].imageLayout = access::ColorTarget.layout;
-        colors[i].loadOp = TakeClear(*view, VK_IMAGE_ASPECT_COLOR_BIT, colors[i].clearValue)
-                               ? VK_ATTACHMENT_LOAD_OP_CLEAR
-                               : VK_ATTACHMENT_LOAD_OP_LOAD;
-        colors[i].storeOp = VK_ATTACHMENT_STORE_OP_STORE;
-        info.colorAttachmentCount = i + 1;
+        pass.Include(view->extent, view->layers);
+        color.imageView = view->image;
+        color.imageLayout = access::ColorTarget.layout;
+        color.loadOp = LoadOp(*view, VK_IMAGE_ASPECT_COLOR_BIT, color.clearValue);
+        color.storeOp = VK_ATTACHMENT_STORE_OP_STORE;
+        pass.info.colorAttachmentCount = i + 1;
     }
-    if (DepthStencilView* view = m_state.depthTarget) {
-        UseTexture(view->resource.AsTexture(), view->range, DepthAccess(*view));
-        view->resource.lastWrite = m_stream.Serial();
-        view->MarkUsed(m_stream.Serial());
-        include(view->extent, view->layers);
-        depth.imageView = view->image;
-        depth.imageLayout = DepthAccess(*view).layout;
-        depth.storeOp = VK_ATTACHMENT_STORE_OP_STORE;
-        stencil = depth;
-        depth.loadOp = TakeClear(*view, VK_IMAGE_ASPECT_DEPTH_BIT, depth.clearValue) ? VK_ATTACHMENT_LOAD_OP_CLEAR
-                                                                                     : VK_ATTACHMENT_LOAD_OP_LOAD;
-        stencil.loadOp = TakeClear(*view, VK_IMAGE_ASPECT_STENCIL_BIT, stencil.clearValue) ? VK_ATTACHMENT_LOAD_OP_CLEAR
-                                                                                           : VK_ATTACHMENT_LOAD_OP_LOAD;
-        info.pDepthAttachment = view->aspects & VK_IMAGE_ASPECT_DEPTH_BIT ? &depth : nullptr;
-        info.pStencilAttachment = view->aspects & VK_IMAGE_ASPECT_STENCIL_BIT ? &stencil : nullptr;
+    pass.info.pColorAttachments = pass.colors.data();
+}
+
+void Context::AttachDepth(PassInfo& pass)
+{
+    DepthStencilView* view = m_state.depthTarget;
+    if (!view) {
+        return;
     }
-    if (layers == ~0u) {
+    UseTexture(view->resource.AsTexture(), view->range, DepthAccess(*view));
+    view->resource.lastWrite = m_stream.Serial();
+    view->MarkUsed(m_stream.Serial());
+    pass.Include(view->extent, view->layers);
+    pass.depth.imageView = view->image;
+    pass.depth.imageLayout = DepthAccess(*view).layout;
+    pass.depth.storeOp = VK_ATTACHMENT_STORE_OP_STORE;
+    pass.stencil = pass.depth;
+    pass.depth.loadOp = LoadOp(*view, VK_IMAGE_ASPECT_DEPTH_BIT, pass.depth.clearValue);
+    pass.stencil.loadOp = LoadOp(*view, VK_IMAGE_ASPECT_STENCIL_BIT, pass.stencil.clearValue);
+    pass.info.pDepthAttachment = view->aspects & VK_IMAGE_ASPECT_DEPTH_BIT ? &pass.depth : nullptr;
+    pass.info.pStencilAttachment = view->aspects & VK_IMAGE_ASPECT_STENCIL_BIT ? &pass.stencil : nullptr;
+}
+
+VkAttachmentLoadOp Context::LoadOp(const ViewCore& view, VkImageAspectFlags aspect, VkClearValue& value)
+{
+    return TakeClear(view, aspect, value) ? VK_ATTACHMENT_LOAD_OP_CLEAR : VK_ATTACHMENT_LOAD_OP_LOAD;
+}
+
+void Context::BeginPass()
+{
+    FlushForeignClears();
+    for (unsigned stage = 0; stage < StageCompute; ++stage) {
+        PrepareStage(static_cast<EStage>(stage));
+    }
+    UseInputBuffers();
+    PassInfo pass;
+    AttachColors(pass);
+    AttachDepth(pass);
+    if (pass.layers == ~0u) {
         // Without targets only shader writes and queries show; the viewport bounds what is rasterized.
         const D3D11_VIEWPORT& viewport = m_state.viewports[0];
         const auto limit = static_cast<float>(m_gpu.properties.limits.maxFramebufferWidth);
-        extent = {static_cast<uint32_t>(std::clamp(viewport.TopLeftX + viewport.Width, 1.0f, limit)),
-                  static_cast<uint32_t>(std::clamp(viewport.TopLeftY + viewport.Height, 1.0f, limit))};
-        layers = 1;
+        pass.extent = {static_cast<uint32_t>(std::clamp(viewport.TopLeftX + viewport.Width, 1.0f, limit)),
+                       static_cast<uint32_t>(std::clamp(viewport.TopLeftY + viewport.Height, 1.0f, limit))};
+        pass.layers = 1;
     }
-    info.renderArea.extent = extent;
-    info.layerCount = layers;
-    info.pColorAttachments = colors;
+    pass.info.renderArea.extent = pass.extent;
+    pass.info.layerCount = pass.layers;
     RecordBarriers();
-    m_vk.CmdBeginRendering(Commands(), &info);
+    m_vk.CmdBeginRendering(Commands(), &pass.info);
     m_inPass = true;
     m_passTargets = m_state.targets;
     m_passDepth = m_state.depthTarget;
-    if (extent.width != m_passExtent.width || extent.height != m_passExtent.height) {
-        m_passExtent = extent;
+    if (pass.extent.width != m_passExtent.width || pass.extent.height != m_passExtent.height) {
+        m_passExtent = pass.extent;
         m_dirty |= DirtyScissors;
     }
-    m_passLayers = layers;
+    m_passLayers = pass.layers;
 }
 
 void Context::EndPass()

@@ -89,6 +89,38 @@ struct BakedInput
     }
 };
 
+/// Formats and blending of the colour targets up to the last one.
+struct TargetStates
+{
+    VkPipelineColorBlendAttachmentState blends[D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT];
+    VkFormat formats[D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT];
+    uint32_t count = 0;
+
+    explicit TargetStates(const PipelineState& state)
+    {
+        for (uint32_t i = 0; i < D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT; ++i) {
+            blends[i] = ToAttachment(std::bit_cast<TargetBlend>(state.blends[i]));
+            formats[i] = static_cast<VkFormat>(state.formats[i]);
+            count = formats[i] ? i + 1 : count;
+        }
+    }
+};
+
+uint32_t FillStages(const GraphicsProgram& program, VkPipelineShaderStageCreateInfo (&stages)[GraphicsSets])
+{
+    uint32_t count = 0;
+    for (unsigned set = 0; set < GraphicsSets; ++set) {
+        if (program.modules[set]) {
+            stages[count] = {VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO};
+            stages[count].stage = StageBits[set];
+            stages[count].module = program.modules[set];
+            stages[count].pName = "main";
+            ++count;
+        }
+    }
+    return count;
+}
+
 } // namespace
 
 VkPipeline Pipelines::MakePipeline(const GraphicsProgram& program, const PipelineState& state,
@@ -96,16 +128,7 @@ VkPipeline Pipelines::MakePipeline(const GraphicsProgram& program, const Pipelin
 {
     const GpuFeatures& features = m_gpu.features;
     VkPipelineShaderStageCreateInfo stages[GraphicsSets];
-    uint32_t stageCount = 0;
-    for (unsigned set = 0; set < GraphicsSets; ++set) {
-        if (program.modules[set]) {
-            stages[stageCount] = {VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO};
-            stages[stageCount].stage = StageBits[set];
-            stages[stageCount].module = program.modules[set];
-            stages[stageCount].pName = "main";
-            ++stageCount;
-        }
-    }
+    const uint32_t stageCount = FillStages(program, stages);
     const bool hasTessellation = program.modules[SetHull] != VK_NULL_HANDLE;
     const BakedInput baked(input);
     VkPipelineInputAssemblyStateCreateInfo assembly{VK_STRUCTURE_TYPE_PIPELINE_INPUT_ASSEMBLY_STATE_CREATE_INFO};
@@ -129,21 +152,14 @@ VkPipeline Pipelines::MakePipeline(const GraphicsProgram& program, const Pipelin
     multisample.alphaToCoverageEnable = (state.flags & PipelineAlphaToCoverage) != 0;
 
     VkPipelineDepthStencilStateCreateInfo depth{VK_STRUCTURE_TYPE_PIPELINE_DEPTH_STENCIL_STATE_CREATE_INFO};
-    VkPipelineColorBlendAttachmentState attachments[D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT];
-    VkFormat formats[D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT];
-    uint32_t targets = 0;
-    for (uint32_t i = 0; i < D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT; ++i) {
-        attachments[i] = ToAttachment(std::bit_cast<TargetBlend>(state.blends[i]));
-        formats[i] = static_cast<VkFormat>(state.formats[i]);
-        targets = formats[i] ? i + 1 : targets;
-    }
+    const TargetStates targets(state);
     VkPipelineColorBlendStateCreateInfo blend{VK_STRUCTURE_TYPE_PIPELINE_COLOR_BLEND_STATE_CREATE_INFO};
-    blend.attachmentCount = targets;
-    blend.pAttachments = attachments;
+    blend.attachmentCount = targets.count;
+    blend.pAttachments = targets.blends;
 
     VkPipelineRenderingCreateInfo rendering{VK_STRUCTURE_TYPE_PIPELINE_RENDERING_CREATE_INFO};
-    rendering.colorAttachmentCount = targets;
-    rendering.pColorAttachmentFormats = formats;
+    rendering.colorAttachmentCount = targets.count;
+    rendering.pColorAttachmentFormats = targets.formats;
     rendering.depthAttachmentFormat = static_cast<VkFormat>(state.depthFormat);
     rendering.stencilAttachmentFormat = static_cast<VkFormat>(state.stencilFormat);
 
