@@ -14,6 +14,8 @@ namespace {
 
 constexpr char FILE_NAME[] = "Gleamwork/dx11/ShaderTables";
 constexpr char FUNCTION[] = "api::D3D11Renderer::CreateShader";
+constexpr char SAMPLER_REPEATED[] = "Sampler %s already exists. This will overwrite the first definition!";
+constexpr char TEXTURE_REPEATED[] = "Texture %s already exists. This will overwrite the first definition!";
 constexpr std::uint32_t CONSTANT_BUCKETS = 53, SAMPLER_BUCKETS = 19, TEXTURE_BUCKETS = 47;
 
 D3D11_SHADER_DESC Describe(ID3D11ShaderReflection* reflection)
@@ -135,16 +137,15 @@ bool IsTexture(int stage, D3D_SHADER_INPUT_TYPE type)
     }
 }
 
-/// Files a slot; `counts` are raised once per name, in the vertex stage once per resource. `kind` names the resource in
-/// the message about a repeat.
-void AddSlot(Shader::SlotMap& map, int stage, const D3D11_SHADER_INPUT_BIND_DESC& desc, const char* kind,
+/// Files a slot; the counts are raised once per name, in the vertex stage once per resource. `repeated` is the message
+/// about a name that the vertex stage has twice.
+void AddSlot(Shader::SlotMap& map, int stage, const D3D11_SHADER_INPUT_BIND_DESC& desc, const char* repeated,
              std::uint32_t& count, std::uint8_t* stageCount)
 {
     const qs::FixedString name = qs::FixedString::Create(desc.Name, -1);
     auto* node = map.Lookup(name);
     if (node && stage == eShaderStage_Vertex) {
-        QS_LOG_ASSERT(FILE_NAME, FUNCTION, "%s %s already exists. This will overwrite the first definition!", kind,
-                      name.ToChar());
+        QS_LOG_ASSERT(FILE_NAME, FUNCTION, repeated, name.ToChar());
     }
     if (!node || stage == eShaderStage_Vertex) {
         ++count;
@@ -217,9 +218,9 @@ void BuildResourceTables(Shader& shader, const StageReflections& stages)
                 continue;
             }
             if (desc.Type == D3D_SIT_SAMPLER) {
-                AddSlot(*shader.samplerMap, stage, desc, "Sampler", shader.samplerCount, samplerCounts[stage]);
+                AddSlot(*shader.samplerMap, stage, desc, SAMPLER_REPEATED, shader.samplerCount, samplerCounts[stage]);
             } else if (IsTexture(stage, desc.Type)) {
-                AddSlot(*shader.textureMap, stage, desc, "Texture", shader.textureCount, nullptr);
+                AddSlot(*shader.textureMap, stage, desc, TEXTURE_REPEATED, shader.textureCount, nullptr);
             }
         }
     }
