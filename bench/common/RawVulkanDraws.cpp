@@ -70,6 +70,7 @@ constexpr VkDeviceSize PixelBytes = DrawScene::Target * DrawScene::Target * 4;
 
 } // namespace
 
+// clang-format off
 #define RAW_DEVICE_CALLS(X)                                                                                            \
     X(BeginCommandBuffer)                                                                                              \
     X(EndCommandBuffer)                                                                                                \
@@ -77,6 +78,7 @@ constexpr VkDeviceSize PixelBytes = DrawScene::Target * DrawScene::Target * 4;
     X(CmdBeginRendering) X(CmdEndRendering) X(CmdBindPipeline) X(CmdSetViewport) X(CmdSetScissor)                      \
         X(CmdBindDescriptorSets) X(CmdDraw) X(CmdPipelineBarrier) X(CmdCopyImageToBuffer) X(QueueSubmit)               \
             X(WaitForFences) X(ResetFences)
+// clang-format on
 
 struct RawVulkanDraws::State
 {
