@@ -70,8 +70,7 @@ DisplayModeInfo ToMode(const SDL_DisplayMode& mode)
 void SortModes(std::vector<DisplayModeInfo>& modes)
 {
     std::ranges::sort(modes, {}, [](const DisplayModeInfo& m) { return std::tie(m.width, m.height, m.refreshRate); });
-    const auto repeated = std::ranges::unique(modes);
-    modes.erase(repeated.begin(), repeated.end());
+    modes.erase(std::unique(modes.begin(), modes.end()), modes.end());
 }
 
 /// False when SDL cannot tell of the display, which may have been unplugged meanwhile.
