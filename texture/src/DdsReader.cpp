@@ -53,6 +53,9 @@ struct DdsFile
 HRESULT DescribeExtended(const DdsHeader& header, const DdsExtendedHeader& extended, DdsFile& file)
 {
     TexMetadata& texture = file.metadata;
+    // Numbers beyond the enumeration are no values of it, not even for a comparison.
+    if (extended.format > DXGI_FORMAT_B4G4R4A4_UNORM)
+        return ResultNotSupported;
     texture.format = static_cast<DXGI_FORMAT>(extended.format);
     file.layout.format = texture.format;
     texture.arraySize = extended.arraySize;
