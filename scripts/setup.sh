@@ -6,7 +6,7 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build ccache pkg-config
   libvulkan-dev libvulkan1 mesa-vulkan-drivers
-  glslang-dev spirv-tools spirv-headers
+  glslang-dev glslang-tools spirv-tools spirv-headers
   libsdl2-dev libmimalloc-dev libtbb-dev libspdlog-dev libfmt-dev libpugixml-dev libutfcpp-dev
   libpng-dev libjpeg62-turbo-dev zlib1g-dev libstb-dev libxxhash-dev glmark2-data)
 test=(libgtest-dev libgmock-dev libbenchmark-dev vulkan-validationlayers)
