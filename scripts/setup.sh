@@ -8,9 +8,10 @@ build=(g++ cmake ninja-build ccache pkg-config
   libvulkan-dev libvulkan1 mesa-vulkan-drivers
   glslang-dev glslang-tools spirv-tools spirv-headers
   libsdl2-dev libmimalloc-dev libtbb-dev libspdlog-dev libfmt-dev libpugixml-dev libutfcpp-dev
-  libpng-dev libjpeg62-turbo-dev zlib1g-dev libstb-dev libxxhash-dev glmark2-data)
-test=(libgtest-dev libgmock-dev libbenchmark-dev vulkan-validationlayers)
-ci=(clang lld clang-format libclang-rt-14-dev g++-mingw-w64-x86-64)
+  libpng-dev libjpeg62-turbo-dev zlib1g-dev libstb-dev libxxhash-dev libassimp-dev libfreetype-dev
+  fonts-dejavu-core glmark2-data)
+test=(libgtest-dev libgmock-dev libbenchmark-dev vulkan-validationlayers xvfb xauth openbox xdotool imagemagick)
+ci=(clang lld clang-format libclang-rt-14-dev g++-mingw-w64-x86-64 doxygen)
 
 case "${1:-test}" in
   build) wanted=("${build[@]}") ;;
