@@ -5,7 +5,7 @@ set -euo pipefail
 source "$(dirname "$0")/common.sh"
 seconds=${1:-20}
 shift || true
-build_preset fuzz
+build_preset fuzz -- fuzzers
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || mapfile -t targets < <(cd "$root/build/fuzz/bin" && ls fuzz_*)
 export GLEAM_LOG=off GLEAM_CACHE=off

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything, and runs all tests. Its last line says how it ended.
-#   test.sh [PRESET]   release (default), debug, asan or tsan
+#   test.sh [PRESET]   release (default), debug, asan, tsan or fuzz (asan by clang, with the fuzz targets)
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
 preset=${1:-release}
 trap 'echo "test: FAILED ($preset)"' ERR
-"$root/scripts/setup.sh" test
+case $preset in fuzz) "$root/scripts/setup.sh" ci ;; *) "$root/scripts/setup.sh" test ;; esac
 build_preset "$preset" -DGLEAM_BUILD_TESTS=ON
 
 # A sanitizer finding must fail the program that caused it; what drivers and third parties leak is listed with reasons.
