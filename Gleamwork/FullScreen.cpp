@@ -3,6 +3,7 @@
 
 #include "Gleamwork/GWDataLoader.h"
 #include "Gleamwork/Renderer.h"
+#include "Gleamwork/RendererCommandBuffer.h"
 
 #include <qs/Log.h>
 
@@ -29,36 +30,35 @@ constexpr FullScreenVertex s_triangle[2][4] = {
     {{-1, 1, 0, 0, 0}, {3, 1, 0, 2, 1}, {-1, -3, 2, 0, 2}, {-1, -3, 2, 0, 3}},
 };
 
-bool CheckDirect(const RendererCommandBuffer* commands, const char* function)
-{
-    if (commands) {
-        QS_LOG_ERROR("Gleamwork/RendererHelpers", function, "This build cannot record; pass no command buffer.");
-    }
-    return commands == nullptr;
-}
-
 // Makes what is missing of the two parts that quad and triangle share; false when one could not be made.
 bool InitShared(qs::ObjectHandle& format, VertexBufferID& buffer, qs::ObjectHandle shader,
-                const FullScreenVertex (&vertices)[4])
+                const FullScreenVertex (&vertices)[4], RendererCommandBuffer* commands)
 {
     if (!format.IsValid()) {
-        format = DataLoader::InvokeAddVertexFormat(s_format, std::size(s_format), shader);
+        format = commands ? commands->CreateVertexFormat(s_format, std::size(s_format), shader)
+                          : DataLoader::InvokeAddVertexFormat(s_format, std::size(s_format), shader);
     }
     if (!format.IsValid()) {
         return false;
     }
     if (!buffer.IsValid()) {
-        buffer = DataLoader::InvokeAddVertexBuffer(sizeof(vertices), eResourceUsage_Immutable, vertices);
+        buffer = commands ? commands->CreateVertexBuffer(sizeof(vertices), eResourceUsage_Immutable, vertices)
+                          : DataLoader::InvokeAddVertexBuffer(sizeof(vertices), eResourceUsage_Immutable, vertices);
     }
     return buffer.IsValid();
 }
 
-void RemoveVertices(VertexBufferID& buffer)
+void RemoveVertices(VertexBufferID& buffer, RendererCommandBuffer* commands)
 {
-    if (buffer.IsValid()) {
-        DataLoader::InvokeRemoveVertexBuffer(buffer);
-        buffer = qs::ObjectHandle::Unassigned;
+    if (!buffer.IsValid()) {
+        return;
     }
+    if (commands) {
+        commands->RemoveVertexBuffer(buffer);
+    } else {
+        DataLoader::InvokeRemoveVertexBuffer(buffer);
+    }
+    buffer = qs::ObjectHandle::Unassigned;
 }
 
 } // namespace
@@ -67,27 +67,30 @@ FullScreenQuad::FullScreenQuad() = default;
 
 bool FullScreenQuad::Init(qs::ObjectHandle shader, bool flip, RendererCommandBuffer* commands)
 {
-    if (!CheckDirect(commands, "gw::FullScreenQuad::Init") ||
-        !InitShared(m_vertexFormat, m_vertexBuffer, shader, s_quad[flip])) {
+    if (!InitShared(m_vertexFormat, m_vertexBuffer, shader, s_quad[flip], commands)) {
         return false;
     }
     if (!m_indexBuffer.IsValid()) {
-        m_indexBuffer = DataLoader::InvokeAddIndexBuffer(std::size(s_quadIndices), sizeof(s_quadIndices[0]),
-                                                         eResourceUsage_Immutable, s_quadIndices);
+        constexpr unsigned count = std::size(s_quadIndices);
+        constexpr unsigned stride = sizeof(s_quadIndices[0]);
+        m_indexBuffer = commands
+                            ? commands->CreateIndexBuffer(count, stride, eResourceUsage_Immutable, s_quadIndices)
+                            : DataLoader::InvokeAddIndexBuffer(count, stride, eResourceUsage_Immutable, s_quadIndices);
     }
     return m_indexBuffer.IsValid();
 }
 
 void FullScreenQuad::Destroy(RendererCommandBuffer* commands)
 {
-    if (!CheckDirect(commands, "gw::FullScreenQuad::Destroy")) {
-        return;
-    }
     qs::MemoryTrackerSample sample(GetTrackName());
     m_vertexFormat = qs::ObjectHandle::Unassigned;
-    RemoveVertices(m_vertexBuffer);
+    RemoveVertices(m_vertexBuffer, commands);
     if (m_indexBuffer.IsValid()) {
-        DataLoader::InvokeRemoveIndexBuffer(m_indexBuffer);
+        if (commands) {
+            commands->RemoveIndexBuffer(m_indexBuffer);
+        } else {
+            DataLoader::InvokeRemoveIndexBuffer(m_indexBuffer);
+        }
         m_indexBuffer = qs::ObjectHandle::Unassigned;
     }
 }
@@ -111,6 +114,21 @@ void FullScreenQuad::CreateDrawData(PrepareDrawData& data, qs::ObjectHandle shad
     data.vertexBuffers[0] = m_vertexBuffer;
     data.indexBuffer = m_indexBuffer;
     data.topology = ePrimitiveTopology_TriangleList;
+}
+
+void FullScreenQuad::BeginRenderFullScreenQuad(RendererCommandBuffer& target, qs::ObjectHandle shader,
+                                               qs::ObjectHandle depth, unsigned int stencilRef,
+                                               qs::ObjectHandle blend) const
+{
+    CheckInitialized();
+    PrepareDrawData data;
+    CreateDrawData(data, shader, depth, stencilRef, blend);
+    target.PrepareDraw(std::move(data));
+}
+
+void FullScreenQuad::EndRenderFullScreenQuad(RendererCommandBuffer& target) const
+{
+    target.DrawElements(0, std::size(s_quadIndices), 0, std::size(s_quad[0]));
 }
 
 void FullScreenQuad::BeginRenderFullScreenQuad(Renderer& target, qs::ObjectHandle shader, qs::ObjectHandle depth,
@@ -139,18 +157,14 @@ FullScreenTriangle::FullScreenTriangle() = default;
 
 bool FullScreenTriangle::Init(qs::ObjectHandle shader, bool flip, RendererCommandBuffer* commands)
 {
-    return CheckDirect(commands, "gw::FullScreenTriangle::Init") &&
-           InitShared(m_vertexFormat, m_vertexBuffer, shader, s_triangle[flip]);
+    return InitShared(m_vertexFormat, m_vertexBuffer, shader, s_triangle[flip], commands);
 }
 
 void FullScreenTriangle::Destroy(RendererCommandBuffer* commands)
 {
-    if (!CheckDirect(commands, "gw::FullScreenTriangle::Destroy")) {
-        return;
-    }
     qs::MemoryTrackerSample sample(GetTrackName());
     m_vertexFormat = qs::ObjectHandle::Unassigned;
-    RemoveVertices(m_vertexBuffer);
+    RemoveVertices(m_vertexBuffer, commands);
 }
 
 void FullScreenTriangle::CheckInitialized() const
@@ -173,6 +187,21 @@ void FullScreenTriangle::CreateDrawData(PrepareDrawData& data, qs::ObjectHandle 
     data.topology = ePrimitiveTopology_TriangleList;
 }
 
+void FullScreenTriangle::BeginRenderFullScreen(RendererCommandBuffer& target, qs::ObjectHandle shader,
+                                               qs::ObjectHandle depth, unsigned int stencilRef,
+                                               qs::ObjectHandle blend) const
+{
+    CheckInitialized();
+    PrepareDrawData data;
+    CreateDrawData(data, shader, depth, stencilRef, blend);
+    target.PrepareDraw(std::move(data));
+}
+
+void FullScreenTriangle::EndRenderFullScreen(RendererCommandBuffer& target) const
+{
+    target.DrawArrays(0, 3);
+}
+
 void FullScreenTriangle::BeginRenderFullScreen(Renderer& target, qs::ObjectHandle shader, qs::ObjectHandle depth,
                                                unsigned int stencilRef, qs::ObjectHandle blend) const
 {
@@ -187,11 +216,22 @@ void FullScreenTriangle::EndRenderFullScreen(Renderer& target) const
     target.DrawArrays(0, 3);
 }
 
-void FullScreenTriangle::Setup(Renderer& target) const
+template <class Target>
+void FullScreenTriangle::SetupOn(Target& target) const
 {
     CheckInitialized();
     target.SetVertexFormat(m_vertexFormat);
     target.SetVertexBuffer(0, m_vertexBuffer, 0);
+}
+
+void FullScreenTriangle::Setup(Renderer& target) const
+{
+    SetupOn(target);
+}
+
+void FullScreenTriangle::Setup(RendererCommandBuffer& target) const
+{
+    SetupOn(target);
 }
 
 } // namespace gw

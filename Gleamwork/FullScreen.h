@@ -23,8 +23,9 @@ static_assert(sizeof(FullScreenVertex) == 20, "the vertex format reads these rec
 /// Two triangles over the screen. With `flip` the picture is upside down.
 ///
 /// Draw with Begin, then the shader's constants and textures, then End; or with Setup and a state of your own. The
-/// destructor releases nothing: call Destroy. Init and Destroy work through gw::DataLoader, so Destroy needs its
-/// immediate command manager; the draws belong to the thread that replays render commands.
+/// destructor releases nothing: call Destroy. Init and Destroy with a command buffer only record, on the thread that
+/// records; without one they work through gw::DataLoader, so Destroy needs its immediate command manager. Draws on a
+/// renderer belong to the thread that replays render commands.
 class GW_API FullScreenQuad
 {
 public:
@@ -34,12 +35,15 @@ public:
     ~FullScreenQuad() = default;
 
     /// Makes what is missing of format, vertices and indices; `shader` fixes the input layout (none is accepted). False
-    /// when something could not be made; a later call makes the rest. A command buffer to record into is taken only by
-    /// builds that have one; here a non-null pointer is an error and gives false.
+    /// when something could not be made; a later call makes the rest. With a command buffer the device buffers come
+    /// when it is replayed.
     bool Init(qs::ObjectHandle shader, bool flip, RendererCommandBuffer* commands);
     /// Queues the removal of the buffers and forgets the format, which other geometry may share.
     void Destroy(RendererCommandBuffer* commands);
 
+    void BeginRenderFullScreenQuad(RendererCommandBuffer& target, qs::ObjectHandle shader, qs::ObjectHandle depth,
+                                   unsigned int stencilRef, qs::ObjectHandle blend) const;
+    void EndRenderFullScreenQuad(RendererCommandBuffer& target) const;
     void BeginRenderFullScreenQuad(Renderer& target, qs::ObjectHandle shader, qs::ObjectHandle depth,
                                    unsigned int stencilRef, qs::ObjectHandle blend) const;
     void EndRenderFullScreenQuad(Renderer& target) const;
@@ -71,14 +75,20 @@ public:
     bool Init(qs::ObjectHandle shader, bool flip, RendererCommandBuffer* commands);
     void Destroy(RendererCommandBuffer* commands);
 
+    void BeginRenderFullScreen(RendererCommandBuffer& target, qs::ObjectHandle shader, qs::ObjectHandle depth,
+                               unsigned int stencilRef, qs::ObjectHandle blend) const;
+    void EndRenderFullScreen(RendererCommandBuffer& target) const;
     void BeginRenderFullScreen(Renderer& target, qs::ObjectHandle shader, qs::ObjectHandle depth,
                                unsigned int stencilRef, qs::ObjectHandle blend) const;
     void EndRenderFullScreen(Renderer& target) const;
     void Setup(Renderer& target) const;
+    void Setup(RendererCommandBuffer& target) const;
 
 private:
     friend class Renderer;
 
+    template <class Target>
+    void SetupOn(Target& target) const;
     void CreateDrawData(PrepareDrawData& data, qs::ObjectHandle shader, qs::ObjectHandle depth, unsigned int stencilRef,
                         qs::ObjectHandle blend) const;
     void CheckInitialized() const;

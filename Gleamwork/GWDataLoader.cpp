@@ -80,7 +80,7 @@ RenderCommandManager::~RenderCommandManager()
 
 void RenderCommandManager::HandleCommand(unsigned int type)
 {
-    if (!RunAnyOf<DataLoaderRemoveTextureCommand, DataLoaderCreateTextureFromMemoryCommand,
+    if (!RunAnyOf<DataLoaderExecuteRCBCommand, DataLoaderRemoveTextureCommand, DataLoaderCreateTextureFromMemoryCommand,
                   DataLoaderCreateTextureFromMemoryBlobCommand, DataLoaderDuplicateVertexBufferCommand,
                   DataLoaderRemoveVertexBufferCommand, DataLoaderDuplicateIndexBufferCommand,
                   DataLoaderRemoveIndexBufferCommand, DataLoaderResizeRenderTargetCommand,
@@ -305,6 +305,18 @@ void DataLoader::InvokeResizeDepthTarget(qs::ObjectHandle handle, int width, int
     command.handle = handle;
     command.width = width;
     command.height = height;
+    PushImmediate(command);
+}
+
+void DataLoader::InvokeExecuteRCB(RendererCommandBuffer* buffer)
+{
+    if (!buffer) {
+        QS_LOG_ASSERT("Gleamwork/GWDataLoader", "gw::DataLoader::InvokeExecuteRCB",
+                      "There is no command buffer to execute.");
+        return;
+    }
+    DataLoaderExecuteRCBCommand command;
+    command.buffer = buffer;
     PushImmediate(command);
 }
 

@@ -80,6 +80,10 @@ public:
     static void InvokeResizeRenderTarget(qs::ObjectHandle handle, int width, int height, int depth, int value);
     static void InvokeResizeDepthTarget(qs::ObjectHandle handle, int width, int height);
 
+    /// Replays a recorded buffer, which is empty afterwards. Until then it must stay alive and untouched: a
+    /// RecordCall behind the last command is a way to tell.
+    static void InvokeExecuteRCB(RendererCommandBuffer* buffer);
+
     static RenderCommandManager* s_ImmediateRenderCommandManager; ///< owned
     static RenderCommandManager* s_RelaxedRenderCommandManager;   ///< owned
 };

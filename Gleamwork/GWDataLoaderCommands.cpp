@@ -3,6 +3,7 @@
 #include "Gleamwork/GWDataLoaderCommands.h"
 
 #include "Gleamwork/Renderer.h"
+#include "Gleamwork/RendererCommandBuffer.h"
 
 #include <qs/Log.h>
 #include <qs/Profile.h>
@@ -31,6 +32,23 @@ void VisitAs(qs::EventVisitor* visitor, T& value)
 }
 
 } // namespace
+
+void DataLoaderExecuteRCBCommand::Execute()
+{
+    qs::HProfileSample sample("gw::DataLoaderExecuteRCBCommand::Execute");
+    if (!Renderer::GetInstance()) {
+        buffer->Discard();
+        return;
+    }
+    qs::ExecuteCommandDispatcher(*buffer, true);
+}
+
+void DataLoaderExecuteRCBCommand::visit(qs::EventVisitor* visitor)
+{
+    auto address = std::uint64_t(reinterpret_cast<std::uintptr_t>(buffer));
+    visitor->Visit(address);
+    buffer = reinterpret_cast<RendererCommandBuffer*>(std::uintptr_t(address));
+}
 
 void DataLoaderRemoveTextureCommand::Execute()
 {

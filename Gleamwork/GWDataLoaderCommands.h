@@ -1,6 +1,6 @@
 // The commands that the data loader queues. A record in the queue holds a command's fields in the order of its visit,
-// so type numbers, field order and field widths are the queue's format. Numbers 0, 1, 2 and 6 are kept for recorded
-// render commands and for what is loaded from image files.
+// so type numbers, field order and field widths are the queue's format. Numbers 1, 2 and 6 are kept for what is loaded
+// from image files.
 #pragma once
 
 #include "Gleamwork/RenderTypes.h"
@@ -13,6 +13,8 @@
 
 namespace gw {
 
+class RendererCommandBuffer;
+
 /// Base of the commands: Type is the number that leads back to the class.
 template <unsigned Type>
 class DataLoaderCommand : public qs::Command
@@ -22,6 +24,16 @@ public:
 
     DataLoaderCommand() : qs::Command(Type) {}
     void clear() override {}
+};
+
+/// Replays a recorded buffer and empties it. The buffer is not owned.
+class DataLoaderExecuteRCBCommand : public DataLoaderCommand<0>
+{
+public:
+    void Execute() override;
+    void visit(qs::EventVisitor* visitor) override;
+
+    RendererCommandBuffer* buffer = nullptr;
 };
 
 class DataLoaderRemoveTextureCommand : public DataLoaderCommand<3>

@@ -98,7 +98,8 @@ public:
                         qs::ObjectHandle depth, const Vector4f& color);
 
     /// Sets everything that the record names. Streams 1 and 2 and the indices keep what they held when unassigned.
-    void PrepareDraw(PrepareDrawData&& data);
+    void PrepareDraw(const PrepareDrawData& data);
+    void PrepareDraw(PrepareDrawData&& data) { PrepareDraw(static_cast<const PrepareDrawData&>(data)); }
     /// Width, height, x, y.
     void SetViewport(const Vector4i& viewport);
 

@@ -220,6 +220,18 @@ bool RendererBase::IsIndexBufferAlive(IndexBufferID id) const
     return m_indexBuffers.IsAlive(id);
 }
 
+std::uint64_t RendererBase::GetVertexBufferSize(VertexBufferID id) const
+{
+    const VertexBuffer* record = m_vertexBuffers.IsAlive(id) ? m_vertexBuffers.Get(id) : nullptr;
+    return record && record->buffer ? std::uint64_t(record->sizeInBytes) : 0;
+}
+
+std::uint64_t RendererBase::GetIndexBufferSize(IndexBufferID id) const
+{
+    const IndexBuffer* record = m_indexBuffers.IsAlive(id) ? m_indexBuffers.Get(id) : nullptr;
+    return record && record->buffer ? std::uint64_t(record->indexCount) * record->indexSize : 0;
+}
+
 bool RendererBase::IsStructuredBufferAlive(StructuredBufferID id) const
 {
     return m_structuredBuffers.IsAlive(id);

@@ -150,6 +150,9 @@ public:
     bool IsVertexBufferAlive(VertexBufferID id) const;
     bool IsIndexBufferAlive(IndexBufferID id) const;
     bool IsStructuredBufferAlive(StructuredBufferID id) const;
+    /// Bytes of a live buffer; 0 for a dead one and before it was created.
+    std::uint64_t GetVertexBufferSize(VertexBufferID id) const;
+    std::uint64_t GetIndexBufferSize(IndexBufferID id) const;
     bool IsShaderAlive(qs::ObjectHandle handle) const;
     bool IsVertexFormatAlive(qs::ObjectHandle handle) const;
     const Shader* GetShader(const qs::ObjectHandle& handle) const;

@@ -156,7 +156,7 @@ public:
     void CopyTextureSlice(qs::ObjectHandle source, int sourceSubresource, qs::ObjectHandle target,
                           int targetSubresource);
 
-    // Draws: RendererCommandBufferDraw.cpp
+    // Draws: RendererCommandBufferDraw.cpp, RendererCommandBufferText.cpp
 
     void DrawArrays(int firstVertex, int vertexCount);
     void DrawElements(int firstIndex, int indexCount, int baseVertex, int vertexCount);
@@ -235,10 +235,13 @@ private:
     /// The same with `bytes` behind the fixed fields; null when there is no room.
     template <class Command, class... Fields>
     char* WriteWithRoom(std::size_t bytes, const Fields&... fields);
-    /// A copy of `bytes` in the data pool, aligned to 16; null when there is no room.
-    void* CopyToPool(const void* data, std::size_t bytes);
-    TexVertex* LayOutText(const char* text, std::size_t quads, const TexturedFont& font, bool flip,
-                          unsigned& vertexCount);
+    /// Room in the data pool, aligned to 16; null when there is none.
+    void* TakePool(std::size_t bytes);
+    /// With `copy` puts a copy into the pool and points there; false when there is no room.
+    template <class Vertex>
+    bool KeepVertices(Vertex*& vertices, std::size_t bytes, bool copy);
+    /// Null without glyphs and without room.
+    TexVertex* LayOutText(const char* text, const TexturedFont& font, bool flip, unsigned& vertexCount);
 
     Renderer* m_renderer; ///< not owned
     const Shader* m_currentShader = nullptr;

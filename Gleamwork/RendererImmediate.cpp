@@ -165,7 +165,7 @@ void Renderer::drawTextured3D(EPrimitiveTopology topology, const Matrix4x4f& wor
     DrawArrays(0, int(count));
 }
 
-void Renderer::PrepareDraw(PrepareDrawData&& data)
+void Renderer::PrepareDraw(const PrepareDrawData& data)
 {
     SetShader(data.shader);
     SetDepthState(data.depthState, data.stencilRef);
