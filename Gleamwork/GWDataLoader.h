@@ -80,8 +80,8 @@ public:
     static void InvokeResizeRenderTarget(qs::ObjectHandle handle, int width, int height, int depth, int value);
     static void InvokeResizeDepthTarget(qs::ObjectHandle handle, int width, int height);
 
-    /// Replays a recorded buffer, which is empty afterwards. Until then it must stay alive and untouched: a
-    /// RecordCall behind the last command is a way to tell.
+    /// Replays a recorded buffer, which is empty afterwards. It must stay alive and untouched until a drain of the
+    /// queue that began after this call has returned.
     static void InvokeExecuteRCB(RendererCommandBuffer* buffer);
 
     static RenderCommandManager* s_ImmediateRenderCommandManager; ///< owned
