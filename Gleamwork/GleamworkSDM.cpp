@@ -2,6 +2,7 @@
 #include "Gleamwork/GleamworkSDM.h"
 
 #include "Gleamwork/APIEventManager.h"
+#include "Gleamwork/CameraManager.h"
 #include "Gleamwork/GWFS.h"
 #include "Gleamwork/WindowEventManager.h"
 #include "Gleamwork/dx11/D3D11Module.h"
@@ -45,6 +46,7 @@ void GleamworkSDM::Init()
     GWFS::Init();
     gw::APIEventManager::_SDMInit();
     gw::WindowEventManager::_SDMInit();
+    gw::CameraManager::_SDMInit();
 }
 
 void GleamworkSDM::Shutdown()
@@ -54,6 +56,7 @@ void GleamworkSDM::Shutdown()
     }
     ms_bInitialized = false;
     qs::MemoryTrackerSample sample("GleamworkSDM");
+    gw::CameraManager::_SDMShutdown();
     gw::WindowEventManager::_SDMShutdown();
     gw::APIEventManager::_SDMShutdown();
     GWFS::Shutdown();
