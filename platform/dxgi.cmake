@@ -17,15 +17,20 @@ list(APPEND PLATFORM_SOURCES
   src/dxgi/Factory.cpp
   src/dxgi/Modes.cpp
   src/dxgi/Output.cpp
+  src/dxgi/SwapChain.cpp
+  src/dxgi/SwapChainDesc.cpp
+  src/dxgi/SwapChainState.cpp
   src/null/NullCalls.cpp
   src/null/NullContext.cpp
   src/null/NullContextMemory.cpp
   src/null/NullDevice.cpp
+  src/null/NullPresenter.cpp
   src/null/NullQuery.cpp
   src/null/NullResource.cpp
   src/window/Display.cpp
   src/window/MessageBox.cpp
   src/window/Modules.cpp
+  src/window/NativeWindow.cpp
   src/window/System.cpp
   src/window/Window.cpp
 )

@@ -10,6 +10,7 @@ list(APPEND PLATFORM_SOURCES
   src/vulkan/ContextDraw.cpp
   src/vulkan/ContextMap.cpp
   src/vulkan/ContextPass.cpp
+  src/vulkan/ContextPresent.cpp
   src/vulkan/ContextQuery.cpp
   src/vulkan/ContextTexture.cpp
   src/vulkan/ContextVertices.cpp
@@ -34,5 +35,7 @@ list(APPEND PLATFORM_SOURCES
   src/vulkan/UploadQueue.cpp
   src/vulkan/ValidationLog.cpp
   src/vulkan/Views.cpp
+  src/vulkan/VulkanPresenter.cpp
+  src/vulkan/WindowSurface.cpp
 )
 list(APPEND PLATFORM_LIBS Vulkan::Headers ${CMAKE_DL_LIBS})

@@ -2,6 +2,8 @@
 //
 // Adapters are the Vulkan devices of this machine; outputs are SDL2's displays, all of which belong to adapter 0.
 // Without a display there is one virtual output of 1920 by 1080 at 60 Hz, so that nothing needs a screen.
+// A window handle is an SDL_Window pointer. Swap chains present on its Vulkan surface when it was made with
+// SDL_WINDOW_VULKAN on a real display; on any other window, and on the null device, pictures stay in memory.
 // Objects are reference counted; an output keeps its adapter alive and an adapter its factory. Unless a call says
 // otherwise it may come from any thread.
 #pragma once
@@ -234,19 +236,37 @@ struct IDXGIAdapter : public IDXGIObject
     virtual HRESULT STDMETHODCALLTYPE CheckInterfaceSupport(REFGUID guid, LARGE_INTEGER* driverVersion) = 0;
 };
 
-/// The swap chain. Its calls belong to the thread of the immediate context.
+/// The swap chain. Its calls belong to the thread of the immediate context; its window has to outlive it.
+///
+/// The back buffer has the format that was asked for, whatever the window's is: presenting converts, resolves several
+/// samples (in the flip model as well) and scales to the window. Presenting leaves its contents alone.
 DEFINE_GUID(IID_IDXGISwapChain, 0x310d36a0, 0xd2e7, 0x4c0a, 0xaa, 0x04, 0x6a, 0x9d, 0x23, 0xb8, 0x88, 0x6a);
 struct IDXGISwapChain : public IDXGIDeviceSubObject
 {
+    /// Shows the back buffer. Interval 0 does not wait for the display; 1 to 4 do, and where no display sets the pace
+    /// the call sleeps instead (never on the null device). In the flip model the back buffer is off the output stage
+    /// afterwards. DXGI_STATUS_OCCLUDED, a success, when the window is minimised or has no area: nothing was shown.
+    /// DXGI_ERROR_DEVICE_REMOVED or DXGI_ERROR_DEVICE_RESET when the device is gone; DXGI_ERROR_INVALID_CALL for
+    /// unknown flags, and for DXGI_PRESENT_ALLOW_TEARING with an interval, in full screen or on a chain without it.
     virtual HRESULT STDMETHODCALLTYPE Present(UINT syncInterval, UINT flags) = 0;
+    /// Only buffer 0 can be reached.
     virtual HRESULT STDMETHODCALLTYPE GetBuffer(UINT buffer, REFIID riid, void** surface) = 0;
+    /// Switches the window. Chains made with DXGI_SWAP_CHAIN_FLAG_ALLOW_MODE_SWITCH take the mode closest to their
+    /// buffers' size, others the desktop's. DXGI_ERROR_NOT_CURRENTLY_AVAILABLE when the window system refuses.
     virtual HRESULT STDMETHODCALLTYPE SetFullscreenState(BOOL fullscreen, IDXGIOutput* target) = 0;
+    /// Either place may be null.
     virtual HRESULT STDMETHODCALLTYPE GetFullscreenState(BOOL* fullscreen, IDXGIOutput** target) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetDesc(DXGI_SWAP_CHAIN_DESC* desc) = 0;
+    /// Makes a new back buffer; zeros and DXGI_FORMAT_UNKNOWN keep the count, take the window's size and keep the
+    /// format. DXGI_ERROR_INVALID_CALL, with everything as it was, while a caller holds a reference to the back buffer
+    /// or a view of it; what is merely bound on the immediate context is unbound.
     virtual HRESULT STDMETHODCALLTYPE ResizeBuffers(UINT count, UINT width, UINT height, DXGI_FORMAT format,
                                                     UINT flags) = 0;
+    /// Sizes the window, or in full screen switches the display's mode.
     virtual HRESULT STDMETHODCALLTYPE ResizeTarget(const DXGI_MODE_DESC* mode) = 0;
+    /// The output that shows most of the window.
     virtual HRESULT STDMETHODCALLTYPE GetContainingOutput(IDXGIOutput** output) = 0;
+    /// Times are nanoseconds of the steady clock.
     virtual HRESULT STDMETHODCALLTYPE GetFrameStatistics(DXGI_FRAME_STATISTICS* statistics) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetLastPresentCount(UINT* count) = 0;
 };
@@ -258,6 +278,8 @@ struct IDXGIFactory : public IDXGIObject
     virtual HRESULT STDMETHODCALLTYPE EnumAdapters(UINT index, IDXGIAdapter** adapter) = 0;
     virtual HRESULT STDMETHODCALLTYPE MakeWindowAssociation(HWND window, UINT flags) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetWindowAssociation(HWND* window) = 0;
+    /// A chain of either model on `desc->OutputWindow`. DXGI_ERROR_INVALID_CALL for a description that breaks a rule,
+    /// or a handle that is no SDL2 window of this process. 0 samples count as 1.
     virtual HRESULT STDMETHODCALLTYPE CreateSwapChain(IUnknown* device, DXGI_SWAP_CHAIN_DESC* desc,
                                                       IDXGISwapChain** swapChain) = 0;
     /// DXGI_ERROR_UNSUPPORTED: a processor device is one of the ordinary adapters here.

@@ -85,6 +85,8 @@ DEFINE_GUID(IID_IDXGIFactory2, 0x50c83a1c, 0xe072, 0x4c48, 0x87, 0xb0, 0x36, 0x3
 struct IDXGIFactory2 : public IDXGIFactory1
 {
     virtual BOOL STDMETHODCALLTYPE IsWindowedStereoEnabled() = 0;
+    /// The rules of IDXGIFactory::CreateSwapChain; chains for core windows and compositions are
+    /// DXGI_ERROR_UNSUPPORTED.
     virtual HRESULT STDMETHODCALLTYPE CreateSwapChainForHwnd(IUnknown* device, HWND window,
                                                              const DXGI_SWAP_CHAIN_DESC1* desc,
                                                              const DXGI_SWAP_CHAIN_FULLSCREEN_DESC* fullscreenDesc,

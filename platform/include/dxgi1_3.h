@@ -21,6 +21,8 @@ struct DXGI_MATRIX_3X2_F
 DEFINE_GUID(IID_IDXGISwapChain2, 0xa8be2ac4, 0x199f, 0x4946, 0xb3, 0x31, 0x79, 0x59, 0x9f, 0xb9, 0x8d, 0xe7);
 struct IDXGISwapChain2 : public IDXGISwapChain1
 {
+    /// Only the size of the buffers. Latency objects and transforms are for chains that do not exist here:
+    /// DXGI_ERROR_INVALID_CALL, and a null object.
     virtual HRESULT STDMETHODCALLTYPE SetSourceSize(UINT width, UINT height) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetSourceSize(UINT* width, UINT* height) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetMaximumFrameLatency(UINT latency) = 0;

@@ -18,6 +18,7 @@ DEFINE_GUID(IID_IDXGISwapChain3, 0x94d99bdb, 0xf1f8, 0x4ab0, 0xb2, 0x36, 0x7d, 0
 struct IDXGISwapChain3 : public IDXGISwapChain2
 {
     virtual UINT STDMETHODCALLTYPE GetCurrentBackBufferIndex() = 0;
+    /// What the window's surface offers; DXGI_COLOR_SPACE_RGB_FULL_G22_NONE_P709 always.
     virtual HRESULT STDMETHODCALLTYPE CheckColorSpaceSupport(DXGI_COLOR_SPACE_TYPE colorSpace, UINT* support) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetColorSpace1(DXGI_COLOR_SPACE_TYPE colorSpace) = 0;
     virtual HRESULT STDMETHODCALLTYPE ResizeBuffers1(UINT count, UINT width, UINT height, DXGI_FORMAT format,

@@ -50,13 +50,14 @@ struct IDXGIOutput5 : public IDXGIOutput4
 DEFINE_GUID(IID_IDXGISwapChain4, 0x3d585d5a, 0xbd4a, 0x489e, 0xb1, 0xf4, 0x3d, 0xbc, 0xb6, 0x45, 0x2f, 0xfb);
 struct IDXGISwapChain4 : public IDXGISwapChain3
 {
+    /// Handed to the display where Vulkan can; E_INVALIDARG for HDR10+ or another size than the record's.
     virtual HRESULT STDMETHODCALLTYPE SetHDRMetaData(DXGI_HDR_METADATA_TYPE type, UINT size, void* metadata) = 0;
 };
 
 DEFINE_GUID(IID_IDXGIFactory5, 0x7632e1f5, 0xee65, 0x4dca, 0x87, 0xfd, 0x84, 0xcd, 0x75, 0xf8, 0x83, 0x8d);
 struct IDXGIFactory5 : public IDXGIFactory4
 {
-    /// DXGI_FEATURE_PRESENT_ALLOW_TEARING fills a BOOL; DXGI_ERROR_INVALID_CALL for another feature or a size other
-    /// than a BOOL's.
+    /// DXGI_FEATURE_PRESENT_ALLOW_TEARING fills a BOOL with TRUE; DXGI_ERROR_INVALID_CALL for another feature or a size
+    /// other than a BOOL's.
     virtual HRESULT STDMETHODCALLTYPE CheckFeatureSupport(DXGI_FEATURE feature, void* data, UINT size) = 0;
 };

@@ -218,7 +218,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"NoDisplayFormat", Mode(0, 0, 0, 0, DXGI_FORMAT_R32_FLOAT), false, DXGI_ERROR_NOT_FOUND}}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(Dxgi, SwapChainsSayThatTheyAreMissing)
+TEST_F(Dxgi, SwapChainsNeedAWindowOfSdl)
 {
     DebugCapture capture;
     ComPtr<ID3D11Device> device;
@@ -227,14 +227,16 @@ TEST_F(Dxgi, SwapChainsSayThatTheyAreMissing)
     DXGI_SWAP_CHAIN_DESC desc{};
     desc.OutputWindow = window;
     ComPtr<IDXGISwapChain> chain;
-    EXPECT_EQ(m_factory->CreateSwapChain(device.Get(), &desc, chain.Put()), DXGI_ERROR_UNSUPPORTED);
+    EXPECT_EQ(m_factory->CreateSwapChain(device.Get(), &desc, chain.Put()), DXGI_ERROR_INVALID_CALL);
     DXGI_SWAP_CHAIN_DESC1 desc1{};
     ComPtr<IDXGISwapChain1> chain1;
     EXPECT_EQ(m_factory->CreateSwapChainForHwnd(device.Get(), window, &desc1, nullptr, nullptr, chain1.Put()),
-              DXGI_ERROR_UNSUPPORTED);
+              DXGI_ERROR_INVALID_CALL);
     EXPECT_EQ(m_factory->CreateSwapChainForHwnd(nullptr, window, &desc1, nullptr, nullptr, chain1.Put()),
               DXGI_ERROR_INVALID_CALL);
-    EXPECT_EQ(capture.Lines().size(), 3u);
+    EXPECT_EQ(m_factory->CreateSwapChainForComposition(device.Get(), &desc1, nullptr, chain1.Put()),
+              DXGI_ERROR_UNSUPPORTED);
+    EXPECT_EQ(capture.Lines().size(), 4u);
     EXPECT_EQ(m_factory->MakeWindowAssociation(window, 3), S_OK);
     HWND associated = nullptr;
     EXPECT_EQ(m_factory->GetWindowAssociation(&associated), S_OK);
@@ -242,9 +244,9 @@ TEST_F(Dxgi, SwapChainsSayThatTheyAreMissing)
     EXPECT_EQ(m_factory->MakeWindowAssociation(window, 8), DXGI_ERROR_INVALID_CALL);
     ComPtr<IDXGIFactory5> factory;
     ASSERT_EQ(m_factory->QueryInterface(IID_IDXGIFactory5, factory.PutVoid()), S_OK);
-    BOOL tearing = TRUE;
+    BOOL tearing = FALSE;
     EXPECT_EQ(factory->CheckFeatureSupport(DXGI_FEATURE_PRESENT_ALLOW_TEARING, &tearing, sizeof(tearing)), S_OK);
-    EXPECT_FALSE(tearing);
+    EXPECT_TRUE(tearing);
     EXPECT_EQ(factory->CheckFeatureSupport(DXGI_FEATURE_PRESENT_ALLOW_TEARING, &tearing, 1), DXGI_ERROR_INVALID_CALL);
 }
 

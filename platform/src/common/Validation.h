@@ -32,6 +32,8 @@ struct ResourceInfo
     UINT cpuAccessFlags = 0;
     UINT miscFlags = 0;
     UINT structureByteStride = 0;
+    /// The device keeps red and blue the other way round than the format says; nobody outside may notice.
+    bool swapsRedBlue = false;
 
     bool IsBuffer() const { return dimension == D3D11_RESOURCE_DIMENSION_BUFFER; }
     bool IsStructured() const { return (miscFlags & D3D11_RESOURCE_MISC_BUFFER_STRUCTURED) != 0; }

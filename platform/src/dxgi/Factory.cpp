@@ -4,6 +4,8 @@
 
 #include "common/Validation.h"
 #include "dxgi/Adapter.h"
+#include "dxgi/SwapChain.h"
+#include "dxgi/SwapChainDesc.h"
 
 namespace gleam {
 namespace {
@@ -63,15 +65,12 @@ private:
 };
 
 template <class Interface>
-HRESULT RefuseSwapChain(const char* call, bool isComplete, Interface** swapChain)
+HRESULT RefuseSwapChain(const char* call, Interface** swapChain)
 {
     if (swapChain) {
         *swapChain = nullptr;
     }
-    if (!isComplete || !swapChain) {
-        return Refuse(DXGI_ERROR_INVALID_CALL, call, "the device, the description, the window or the result is null");
-    }
-    return Refuse(DXGI_ERROR_UNSUPPORTED, call, "this version has no swap chains");
+    return Refuse(DXGI_ERROR_UNSUPPORTED, call, "swap chains are on window handles here");
 }
 
 HRESULT RefuseNotice(const char* call)
@@ -162,26 +161,52 @@ HRESULT Factory::GetWindowAssociation(HWND* window)
 
 HRESULT Factory::CreateSwapChain(IUnknown* device, DXGI_SWAP_CHAIN_DESC* desc, IDXGISwapChain** swapChain)
 {
-    return RefuseSwapChain("IDXGIFactory::CreateSwapChain", device && desc && desc->OutputWindow, swapChain);
+    constexpr const char* call = "IDXGIFactory::CreateSwapChain";
+    if (!device || !desc || !desc->OutputWindow || !swapChain) {
+        return Refuse(DXGI_ERROR_INVALID_CALL, call, "the device, the description, its window or the result is null");
+    }
+    *swapChain = nullptr;
+    SwapChainOptions options;
+    options.desc = ToDesc1(*desc);
+    options.fullscreen = {desc->BufferDesc.RefreshRate, desc->BufferDesc.ScanlineOrdering, desc->BufferDesc.Scaling,
+                          desc->Windowed};
+    options.window = desc->OutputWindow;
+    IDXGISwapChain1* made = nullptr;
+    const HRESULT hr = SwapChain::Create(call, static_cast<IDXGIFactory5*>(this), device, options, &made);
+    *swapChain = made;
+    return hr;
 }
 
 HRESULT Factory::CreateSwapChainForHwnd(IUnknown* device, HWND window, const DXGI_SWAP_CHAIN_DESC1* desc,
                                         const DXGI_SWAP_CHAIN_FULLSCREEN_DESC* fullscreenDesc,
                                         IDXGIOutput* restrictToOutput, IDXGISwapChain1** swapChain)
 {
-    return RefuseSwapChain("IDXGIFactory2::CreateSwapChainForHwnd", device && window && desc, swapChain);
+    constexpr const char* call = "IDXGIFactory2::CreateSwapChainForHwnd";
+    if (!device || !window || !desc || !swapChain) {
+        return Refuse(DXGI_ERROR_INVALID_CALL, call, "the device, the window, the description or the result is null");
+    }
+    *swapChain = nullptr;
+    SwapChainOptions options;
+    options.desc = *desc;
+    options.fullscreen.Windowed = TRUE;
+    if (fullscreenDesc) {
+        options.fullscreen = *fullscreenDesc;
+    }
+    options.window = window;
+    options.restrictTo = restrictToOutput;
+    return SwapChain::Create(call, static_cast<IDXGIFactory5*>(this), device, options, swapChain);
 }
 
 HRESULT Factory::CreateSwapChainForCoreWindow(IUnknown* device, IUnknown* window, const DXGI_SWAP_CHAIN_DESC1* desc,
                                               IDXGIOutput* restrictToOutput, IDXGISwapChain1** swapChain)
 {
-    return RefuseSwapChain("IDXGIFactory2::CreateSwapChainForCoreWindow", device && window && desc, swapChain);
+    return RefuseSwapChain("IDXGIFactory2::CreateSwapChainForCoreWindow", swapChain);
 }
 
 HRESULT Factory::CreateSwapChainForComposition(IUnknown* device, const DXGI_SWAP_CHAIN_DESC1* desc,
                                                IDXGIOutput* restrictToOutput, IDXGISwapChain1** swapChain)
 {
-    return RefuseSwapChain("IDXGIFactory2::CreateSwapChainForComposition", device && desc, swapChain);
+    return RefuseSwapChain("IDXGIFactory2::CreateSwapChainForComposition", swapChain);
 }
 
 HRESULT Factory::CreateSoftwareAdapter(HMODULE module, IDXGIAdapter** adapter)
@@ -223,8 +248,8 @@ HRESULT Factory::CheckFeatureSupport(DXGI_FEATURE feature, void* data, UINT size
         return Refuse(DXGI_ERROR_INVALID_CALL, "IDXGIFactory5::CheckFeatureSupport",
                       "feature %d is unknown or its data is not a BOOL", feature);
     }
-    // Tearing needs a swap chain that presents at once.
-    *static_cast<BOOL*>(data) = FALSE;
+    // A window system without tearing shows such pictures without waiting all the same.
+    *static_cast<BOOL*>(data) = TRUE;
     return S_OK;
 }
 

@@ -94,7 +94,8 @@ namespace gleam {
     X(Flush)                                                                                                           \
     X(BeginEvent)                                                                                                      \
     X(EndEvent)                                                                                                        \
-    X(SetMarker)
+    X(SetMarker)                                                                                                       \
+    X(Present)
 
 enum class ENullCall
 {

@@ -424,6 +424,28 @@ void NullContext::ReleaseBindings()
     AssignUse(m_state.depthStencil, static_cast<NullDepthStencilState*>(nullptr));
 }
 
+void NullContext::Unbind(NullStorage& storage, bool everywhere)
+{
+    const auto takeOff = [&](auto& slots) {
+        for (auto*& view : slots) {
+            if (view && &view->Storage() == &storage) {
+                AssignUse(view, static_cast<std::remove_reference_t<decltype(view)>>(nullptr));
+            }
+        }
+    };
+    takeOff(m_state.targets);
+    if (everywhere) {
+        takeOff(m_state.vertex.resources);
+        takeOff(m_state.hull.resources);
+        takeOff(m_state.domain.resources);
+        takeOff(m_state.geometry.resources);
+        takeOff(m_state.pixel.resources);
+        takeOff(m_state.compute.resources);
+        takeOff(m_state.computeAccesses);
+        takeOff(m_state.outputAccesses);
+    }
+}
+
 void NullContext::ClearState()
 {
     m_calls.Count(ENullCall::ClearState);

@@ -148,6 +148,9 @@ public:
 
     NullCallCounts& Calls() { return m_calls; }
 
+    /// Takes a resource off the output stage, and off every stage with `everywhere`.
+    void Unbind(NullStorage& storage, bool everywhere);
+
 private:
     static constexpr UINT MaxTargets = D3D11_SIMULTANEOUS_RENDER_TARGET_COUNT;
     static constexpr UINT MaxAccesses = D3D11_1_UAV_SLOT_COUNT;

@@ -2,6 +2,7 @@
 #include "null/NullDevice.h"
 
 #include "dxgi/Adapters.h"
+#include "null/NullPresenter.h"
 #include "shader/ShaderModule.h"
 
 namespace gleam {
@@ -155,6 +156,11 @@ HRESULT NullDevice::QueryOther(REFIID riid, void** object)
     *object = static_cast<IDXGIDevice1*>(&m_dxgi);
     AddRef();
     return S_OK;
+}
+
+std::unique_ptr<Presenter> NullDevice::CreatePresenter(NativeWindow& window)
+{
+    return std::make_unique<NullPresenter>(*this, *m_context, window);
 }
 
 HRESULT NullDevice::CreateBuffer(const D3D11_BUFFER_DESC* desc, const D3D11_SUBRESOURCE_DATA* data,

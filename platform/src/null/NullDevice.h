@@ -3,6 +3,7 @@
 
 #include "common/StateCache.h"
 #include "dxgi/DxgiDevice.h"
+#include "dxgi/Presenter.h"
 #include "null/NullCalls.h"
 #include "null/NullContext.h"
 
@@ -12,12 +13,13 @@ namespace gleam {
 /// gleam_null_device.h.
 HRESULT CreateNullDevice(D3D_FEATURE_LEVEL featureLevel, ID3D11Device** device, ID3D11DeviceContext** context);
 
-class NullDevice final : public ComObject<ID3D11Device, IID_ID3D11Device>
+class NullDevice final : public ComObject<ID3D11Device, IID_ID3D11Device>, public PresentDevice
 {
 public:
     explicit NullDevice(D3D_FEATURE_LEVEL featureLevel);
 
     NullCallCounts& Calls() { return m_calls; }
+    std::unique_ptr<Presenter> CreatePresenter(NativeWindow& window) override;
 
     HRESULT STDMETHODCALLTYPE CreateBuffer(const D3D11_BUFFER_DESC* desc, const D3D11_SUBRESOURCE_DATA* data,
                                            ID3D11Buffer** buffer) override;

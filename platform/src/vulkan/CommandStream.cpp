@@ -181,7 +181,7 @@ VkDescriptorSet CommandStream::AllocateSet(VkDescriptorSetLayout layout)
     throw VulkanError{VK_ERROR_OUT_OF_POOL_MEMORY, "vkAllocateDescriptorSets"};
 }
 
-void CommandStream::Submit()
+void CommandStream::Submit(const QueueSync* sync)
 {
     if (m_uploads.IsPending()) {
         Ahead();
@@ -209,7 +209,7 @@ void CommandStream::Submit()
     m_bytes = 0;
     m_draws = 0;
     TakeSubmission();
-    m_gpu.Submit(infos, count);
+    m_gpu.Submit(infos, count, sync);
     Recycle();
     while (m_inFlight.size() > MostInFlight || (m_bytesInFlight > MostBytesInFlight && !m_inFlight.empty())) {
         m_gpu.Wait(m_inFlight.front()->serial);

@@ -63,7 +63,7 @@ public:
 
     /// Ends the command buffers and hands them to the device. Later calls record the next submission. At most four
     /// submissions and 128 MiB of their slices are on the way; beyond that it waits for the oldest.
-    void Submit();
+    void Submit(const QueueSync* sync = nullptr);
 
     /// Takes back what finished submissions held.
     void Recycle();

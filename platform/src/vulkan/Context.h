@@ -10,6 +10,7 @@
 //   ContextTexture      mips, resolves, clears of unordered access views
 //   ContextMap          mapping
 //   ContextQuery        queries, annotations, submission
+//   ContextPresent      the way to a window
 #pragma once
 
 #include "d3d11_1.h"
@@ -21,6 +22,8 @@ namespace gleam {
 
 class Context;
 class VulkanDevice;
+struct PresentRequest;
+struct WindowImage;
 
 /// ID3DUserDefinedAnnotation of a context, counted with it.
 class Annotation final : public ID3DUserDefinedAnnotation
@@ -292,8 +295,13 @@ public:
 
     // --- For this folder -------------------------------------------------------------------------------------------
 
-    /// Ends what is being recorded and hands it to the device.
-    void Submit();
+    /// Ends what is being recorded and hands it to the device. With `sync` it goes even when it is empty.
+    void Submit(const QueueSync* sync = nullptr);
+
+    /// Takes a texture off the output stage, and off every stage with `everywhere`.
+    void Unbind(Resource& resource, bool everywhere);
+    /// Records the way of a back buffer into a window's image; Submit has to follow. Throws VulkanError.
+    void CopyToWindow(Texture& from, const WindowImage& to, const PresentRequest& request);
 
     INT BeginLabel(LPCWSTR name);
     INT EndLabel();
@@ -452,6 +460,11 @@ private:
                             UINT sourceSubresource, const CopyBox& region);
     void CopyStagingToImage(Texture& target, UINT targetSubresource, UINT x, UINT y, UINT z, Texture& source,
                             UINT sourceSubresource, const CopyBox& region);
+    ComPtr<ID3D11Texture2D> MakePlainTwin(const Texture& texture, UINT width, UINT height);
+    void CopyThroughTwin(Resource& target, UINT targetSubresource, UINT x, UINT y, UINT z, Resource& source,
+                         UINT sourceSubresource, const CopyBox& region);
+    void BlitImages(Texture& target, UINT x, UINT y, Texture& source, UINT sourceX, UINT sourceY, UINT width,
+                    UINT height);
     void CopyStagingToStaging(Texture& target, UINT targetSubresource, UINT x, UINT y, UINT z, Texture& source,
                               UINT sourceSubresource, const CopyBox& region);
     void UseLinear(Texture& texture, const Access& access);
@@ -472,6 +485,9 @@ private:
     HRESULT WaitForHost(const Resource& resource, bool forWriting, UINT flags);
     void Rename(Buffer& buffer);
     void MovedBuffer(Buffer& buffer);
+
+    // --- ContextPresent
+    Texture& Resolved(Texture& texture, ComPtr<ID3D11Texture2D>& holder);
 
     // --- ContextQuery
     void BeforeSubmit();

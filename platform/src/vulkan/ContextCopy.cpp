@@ -121,6 +121,13 @@ void Context::UpdateTexture(Texture& texture, UINT subresource, const CopyBox& r
         CopyRows(target, layout.rowPitch, layout.slicePitch, data, rowPitch, depthPitch, rowBytes, rows, region.depth);
         return;
     }
+    if (texture.info.swapsRedBlue) {
+        const ComPtr<ID3D11Texture2D> twin = MakePlainTwin(texture, region.width, region.height);
+        Texture& plain = ResourceOf(twin.Get())->AsTexture();
+        UpdateTexture(plain, 0, {0, 0, 0, region.width, region.height, 1}, data, rowPitch, depthPitch);
+        BlitImages(texture, region.x, region.y, plain, 0, 0, region.width, region.height);
+        return;
+    }
     LinearLayout layout;
     layout.rowPitch = rowBytes;
     layout.slicePitch = rowBytes * rows;
@@ -212,6 +219,10 @@ void Context::CopyRegion(Resource& target, UINT targetSubresource, UINT x, UINT 
     Texture& from = source.AsTexture();
     FlushClearsOf(to);
     FlushClearsOf(from);
+    if (to.info.swapsRedBlue || from.info.swapsRedBlue) {
+        CopyThroughTwin(target, targetSubresource, x, y, z, source, sourceSubresource, region);
+        return;
+    }
     if (to.IsStaging() && from.IsStaging()) {
         CopyStagingToStaging(to, targetSubresource, x, y, z, from, sourceSubresource, region);
     } else if (to.IsStaging()) {

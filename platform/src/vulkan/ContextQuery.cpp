@@ -73,14 +73,14 @@ void Context::AfterSubmit()
     m_pipelines.ForgetDead();
 }
 
-void Context::Submit()
+void Context::Submit(const QueueSync* sync)
 {
-    if (!m_stream.HasWork() && m_clears.empty()) {
+    if (!sync && !m_stream.HasWork() && m_clears.empty()) {
         return;
     }
     try {
         BeforeSubmit();
-        m_stream.Submit();
+        m_stream.Submit(sync);
     } catch (const VulkanError&) {
         AfterSubmit();
         throw;

@@ -108,6 +108,13 @@ void Context::ResolveSubresource(ID3D11Resource* targetObject, UINT targetSubres
         }
         FlushClearsOf(target);
         FlushClearsOf(source);
+        if (target.info.swapsRedBlue) {
+            const ComPtr<ID3D11Texture2D> twin = MakePlainTwin(target, target.info.width, target.info.height);
+            ResolveSubresource(twin.Get(), 0, sourceObject, sourceSubresource, format);
+            CopyRegion(target, targetSubresource, 0, 0, 0, *ResourceOf(twin.Get()), 0,
+                       {0, 0, 0, target.info.width, target.info.height, 1});
+            return;
+        }
         UseTexture(source, source.Single(sourceSubresource), access::CopyRead);
         UseTexture(target, target.Single(targetSubresource), access::CopyWrite);
         target.lastWrite = m_stream.Serial();

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <new>
 
+#include "vulkan/VulkanPresenter.h"
+
 namespace gleam {
 namespace {
 
@@ -133,6 +135,34 @@ HRESULT VulkanDevice::CreateTexture2D(const D3D11_TEXTURE2D_DESC* desc, const D3
                       GetFormatInfo(info.format).name, info.sampleCount);
     }
     return Create(call, texture, [&] { return new Texture2D(this, gpu, uploads, *desc, info, data); });
+}
+
+HRESULT VulkanDevice::CreateBackBuffer(const D3D11_TEXTURE2D_DESC& desc, bool swapsRedBlue, Texture2D*& texture)
+{
+    ResourceInfo info;
+    if (const HRESULT result = CheckTexture2D(&desc, nullptr, info); FAILED(result)) {
+        return result;
+    }
+    info.swapsRedBlue = swapsRedBlue;
+    return Create("IDXGISwapChain::GetBuffer", &texture,
+                  [&] { return new Texture2D(this, gpu, uploads, desc, info, nullptr); });
+}
+
+std::unique_ptr<Presenter> VulkanDevice::CreatePresenter(NativeWindow& window)
+{
+    try {
+        return std::make_unique<VulkanPresenter>(*this, *m_context, window);
+    } catch (const VulkanError& error) {
+        gpu.Report(error, "IDXGIFactory::CreateSwapChain");
+        return nullptr;
+    }
+}
+
+UINT VulkanDevice::MaximumFrameLatency()
+{
+    UINT latency = 1;
+    m_dxgi.GetMaximumFrameLatency(&latency);
+    return latency;
 }
 
 HRESULT VulkanDevice::CreateTexture3D(const D3D11_TEXTURE3D_DESC* desc, const D3D11_SUBRESOURCE_DATA* data,

@@ -3,11 +3,12 @@
 
 #include "common/StateCache.h"
 #include "dxgi/DxgiDevice.h"
+#include "dxgi/Presenter.h"
 #include "vulkan/Context.h"
 
 namespace gleam {
 
-class VulkanDevice final : public ComObject<ID3D11Device, IID_ID3D11Device>
+class VulkanDevice final : public ComObject<ID3D11Device, IID_ID3D11Device>, public PresentDevice
 {
 public:
     /// Throws VulkanError.
@@ -20,6 +21,12 @@ public:
     std::shared_ptr<QuerySegments> segments;
 
     SamplerState* DefaultSampler();
+
+    std::unique_ptr<Presenter> CreatePresenter(NativeWindow& window) override;
+    /// A texture that may keep its channels in the window's order; see ResourceInfo::swapsRedBlue.
+    HRESULT CreateBackBuffer(const D3D11_TEXTURE2D_DESC& desc, bool swapsRedBlue, Texture2D*& texture);
+    /// Frames that may be on their way to the display.
+    UINT MaximumFrameLatency();
 
     HRESULT STDMETHODCALLTYPE CreateBuffer(const D3D11_BUFFER_DESC* desc, const D3D11_SUBRESOURCE_DATA* data,
                                            ID3D11Buffer** buffer) override;

@@ -45,6 +45,7 @@ bool InstanceFunctions::Load(const GlobalFunctions& global, VkInstance instance)
     GLEAM_VK_INSTANCE_FUNCTIONS(GLEAM_VK_LOAD)
     const bool required = complete;
     GLEAM_VK_DEBUG_FUNCTIONS(GLEAM_VK_LOAD)
+    GLEAM_VK_SURFACE_FUNCTIONS(GLEAM_VK_LOAD)
 #undef GLEAM_VK_LOAD
     return required;
 }

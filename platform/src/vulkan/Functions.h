@@ -38,6 +38,14 @@ namespace gleam {
     X(CmdEndDebugUtilsLabelEXT)                                                                                        \
     X(CmdInsertDebugUtilsLabelEXT)
 
+// Null when the instance lacks VK_KHR_surface.
+#define GLEAM_VK_SURFACE_FUNCTIONS(X)                                                                                  \
+    X(DestroySurfaceKHR)                                                                                               \
+    X(GetPhysicalDeviceSurfaceCapabilitiesKHR)                                                                         \
+    X(GetPhysicalDeviceSurfaceFormatsKHR)                                                                              \
+    X(GetPhysicalDeviceSurfacePresentModesKHR)                                                                         \
+    X(GetPhysicalDeviceSurfaceSupportKHR)
+
 #define GLEAM_VK_DEVICE_FUNCTIONS(X)                                                                                   \
     X(AllocateCommandBuffers)                                                                                          \
     X(AllocateDescriptorSets)                                                                                          \
@@ -140,6 +148,7 @@ namespace gleam {
 
 // Null when the device lacks the extension that brings them.
 #define GLEAM_VK_OPTIONAL_FUNCTIONS(X)                                                                                 \
+    X(AcquireNextImageKHR)                                                                                             \
     X(CmdSetAlphaToCoverageEnableEXT)                                                                                  \
     X(CmdSetColorBlendEnableEXT)                                                                                       \
     X(CmdSetColorBlendEquationEXT)                                                                                     \
@@ -147,7 +156,12 @@ namespace gleam {
     X(CmdSetDepthClipEnableEXT)                                                                                        \
     X(CmdSetPolygonModeEXT)                                                                                            \
     X(CmdSetSampleMaskEXT)                                                                                             \
-    X(CmdSetVertexInputEXT)
+    X(CmdSetVertexInputEXT)                                                                                            \
+    X(CreateSwapchainKHR)                                                                                              \
+    X(DestroySwapchainKHR)                                                                                             \
+    X(GetSwapchainImagesKHR)                                                                                           \
+    X(QueuePresentKHR)                                                                                                 \
+    X(SetHdrMetadataEXT)
 
 #define GLEAM_VK_MEMBER(name) PFN_vk##name name = nullptr;
 
@@ -164,6 +178,7 @@ struct InstanceFunctions
 {
     GLEAM_VK_INSTANCE_FUNCTIONS(GLEAM_VK_MEMBER)
     GLEAM_VK_DEBUG_FUNCTIONS(GLEAM_VK_MEMBER)
+    GLEAM_VK_SURFACE_FUNCTIONS(GLEAM_VK_MEMBER)
 
     bool Load(const GlobalFunctions& global, VkInstance instance);
 };

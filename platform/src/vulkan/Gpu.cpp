@@ -3,6 +3,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -51,9 +52,10 @@ struct FeatureChain
         VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_CUSTOM_BORDER_COLOR_FEATURES_EXT};
     VkPhysicalDeviceVertexAttributeDivisorFeaturesEXT divisor{
         VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_VERTEX_ATTRIBUTE_DIVISOR_FEATURES_EXT};
+    const std::vector<std::string> available;
     std::vector<const char*> extensions;
 
-    explicit FeatureChain(const std::vector<std::string>& available)
+    explicit FeatureChain(std::vector<std::string> names) : available(std::move(names))
     {
         core.pNext = &v11;
         v11.pNext = &v12;
@@ -74,6 +76,16 @@ struct FeatureChain
         add(VK_EXT_DEPTH_CLIP_ENABLE_EXTENSION_NAME, depthClip);
         add(VK_EXT_CUSTOM_BORDER_COLOR_EXTENSION_NAME, border);
         add(VK_EXT_VERTEX_ATTRIBUTE_DIVISOR_EXTENSION_NAME, divisor);
+    }
+
+    /// Adds an extension without features of its own; false when the device lacks it.
+    bool Enable(const char* name)
+    {
+        const bool isThere = std::find(available.begin(), available.end(), name) != available.end();
+        if (isThere) {
+            extensions.push_back(name);
+        }
+        return isThere;
     }
 
     /// Keeps of what the device offers only what this layer uses, so that nothing dear is switched on.
@@ -250,6 +262,9 @@ Gpu::Gpu(std::shared_ptr<Instance> instance, VkPhysicalDevice physical) : Gpu(st
     if (const auto value = DebugValue("lose-device")) {
         m_loseAfter = std::strtoull(value->c_str(), nullptr, 10);
     }
+    const auto reason = DebugValue("lose-reason");
+    m_loseReason =
+        reason ? static_cast<HRESULT>(std::strtoul(reason->c_str(), nullptr, 16)) : DXGI_ERROR_DEVICE_REMOVED;
     m_waitEach = DebugSwitch("sync");
 }
 
@@ -308,6 +323,8 @@ void Gpu::CreateDevice()
     const bool timestamps = features.timestamps;
     features = Summarize(chain);
     features.timestamps = timestamps;
+    features.swapchains = m_instance->HasSurfaces() && chain.Enable(VK_KHR_SWAPCHAIN_EXTENSION_NAME);
+    features.hdrMetadata = features.swapchains && chain.Enable(VK_EXT_HDR_METADATA_EXTENSION_NAME);
     if (chain.dynamic3.extendedDynamicState3ColorBlendEnable) {
         VkPhysicalDeviceExtendedDynamicState3PropertiesEXT dynamicProperties{
             VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_EXTENDED_DYNAMIC_STATE_3_PROPERTIES_EXT};
@@ -389,18 +406,26 @@ bool Gpu::Wait(std::uint64_t serial)
     return !IsLost();
 }
 
-void Gpu::Submit(const VkCommandBufferSubmitInfo* buffers, uint32_t count)
+void Gpu::Submit(const VkCommandBufferSubmitInfo* buffers, uint32_t count, const QueueSync* sync)
 {
     const std::uint64_t serial = RecordingSerial();
-    VkSemaphoreSubmitInfo signal{VK_STRUCTURE_TYPE_SEMAPHORE_SUBMIT_INFO};
-    signal.semaphore = m_timeline;
-    signal.value = serial;
-    signal.stageMask = VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT;
+    VkSemaphoreSubmitInfo signals[2] = {{VK_STRUCTURE_TYPE_SEMAPHORE_SUBMIT_INFO},
+                                        {VK_STRUCTURE_TYPE_SEMAPHORE_SUBMIT_INFO}};
+    signals[0].semaphore = m_timeline;
+    signals[0].value = serial;
+    signals[0].stageMask = VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT;
+    signals[1].semaphore = sync ? sync->signal : VK_NULL_HANDLE;
+    signals[1].stageMask = VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT;
+    VkSemaphoreSubmitInfo wait{VK_STRUCTURE_TYPE_SEMAPHORE_SUBMIT_INFO};
+    wait.semaphore = sync ? sync->wait : VK_NULL_HANDLE;
+    wait.stageMask = VK_PIPELINE_STAGE_2_TRANSFER_BIT;
     VkSubmitInfo2 info{VK_STRUCTURE_TYPE_SUBMIT_INFO_2};
     info.commandBufferInfoCount = count;
     info.pCommandBufferInfos = buffers;
-    info.signalSemaphoreInfoCount = 1;
-    info.pSignalSemaphoreInfos = &signal;
+    info.waitSemaphoreInfoCount = sync ? 1 : 0;
+    info.pWaitSemaphoreInfos = &wait;
+    info.signalSemaphoreInfoCount = sync ? 2 : 1;
+    info.pSignalSemaphoreInfos = signals;
     m_recording.store(serial + 1, std::memory_order_relaxed);
     if (IsLost()) {
         return;
@@ -416,14 +441,30 @@ void Gpu::Submit(const VkCommandBufferSubmitInfo* buffers, uint32_t count)
     }
     if (m_loseAfter != 0 && serial >= m_loseAfter) {
         // The work already handed over ends first, so that nothing runs on a device that is reported lost.
-        {
-            std::lock_guard lock(m_queueMutex);
-            vk.DeviceWaitIdle(device);
-        }
-        MarkLost(DXGI_ERROR_DEVICE_REMOVED);
+        WaitIdle();
+        MarkLost(m_loseReason);
     } else if (m_waitEach) {
         Wait(serial);
     }
+}
+
+VkResult Gpu::Present(const VkPresentInfoKHR& info)
+{
+    VkResult result;
+    {
+        std::lock_guard lock(m_queueMutex);
+        result = vk.QueuePresentKHR(m_queue, &info);
+    }
+    if (result == VK_ERROR_DEVICE_LOST) {
+        MarkLost(DXGI_ERROR_DEVICE_REMOVED);
+    }
+    return result;
+}
+
+void Gpu::WaitIdle()
+{
+    std::lock_guard lock(m_queueMutex);
+    vk.DeviceWaitIdle(device);
 }
 
 void Gpu::SubmitAndWait(VkCommandBuffer commands)

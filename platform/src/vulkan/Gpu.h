@@ -34,11 +34,20 @@ struct GpuFeatures
     bool instanceDivisor = false; ///< VK_EXT_vertex_attribute_divisor, zero included
     bool minMaxFilter = false;
     bool mirrorOnce = false;
+    bool swapchains = false;  ///< VK_KHR_swapchain
+    bool hdrMetadata = false; ///< VK_EXT_hdr_metadata
 };
 
-/// Reads switches of GLEAM_DEBUG when it is made: `lose-device=N` makes the N-th submission report a lost device,
-/// `sync` waits for each submission, `baked-state` goes without the extensions for dynamic state, as devices do that
-/// lack them.
+/// Semaphores around one submission, for images that belong to a window.
+struct QueueSync
+{
+    VkSemaphore wait;   ///< before the first copy
+    VkSemaphore signal; ///< when all is done
+};
+
+/// Reads switches of GLEAM_DEBUG when it is made: `lose-device=N` makes the N-th submission report a lost device, for
+/// the reason of `lose-reason=CODE` (a result code in hexadecimal, DXGI_ERROR_DEVICE_REMOVED without it), `sync` waits
+/// for each submission, `baked-state` goes without the extensions for dynamic state, as devices do that lack them.
 class Gpu
 {
 public:
@@ -64,6 +73,7 @@ public:
     SlicePool slices;
 
     const InstanceFunctions& InstanceVk() const { return m_instance->Functions(); }
+    VkInstance InstanceHandle() const { return m_instance->Handle(); }
     bool HasDebugUtils() const { return m_instance->HasDebugUtils(); }
     VkFormatProperties FormatProperties(VkFormat format) const;
 
@@ -77,7 +87,13 @@ public:
     bool Wait(std::uint64_t serial);
 
     /// Hands command buffers to the queue as submission RecordingSerial(), which it advances. Context thread only.
-    void Submit(const VkCommandBufferSubmitInfo* buffers, uint32_t count);
+    /// With `sync` null nothing but the time line is signalled.
+    void Submit(const VkCommandBufferSubmitInfo* buffers, uint32_t count, const QueueSync* sync = nullptr);
+
+    /// Shows an image on its window. The result is the caller's to judge; a lost device is remembered.
+    VkResult Present(const VkPresentInfoKHR& info);
+    /// Until everything that was submitted or presented is done. Callable from any thread.
+    void WaitIdle();
 
     /// Runs one command buffer outside the time line and waits for it. Callable from any thread.
     void SubmitAndWait(VkCommandBuffer commands);
@@ -110,6 +126,7 @@ private:
     std::atomic<std::uint64_t> m_completed{0};
     std::atomic<HRESULT> m_removed{S_OK};
     std::uint64_t m_loseAfter = 0; ///< GLEAM_DEBUG lose-device=N, 0 for never
+    HRESULT m_loseReason = S_OK;   ///< GLEAM_DEBUG lose-reason=CODE
     bool m_waitEach = false;       ///< GLEAM_DEBUG sync
 };
 

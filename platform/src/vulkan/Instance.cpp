@@ -1,6 +1,7 @@
 // Makes the shared Vulkan instance.
 #include "vulkan/Instance.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -87,20 +88,18 @@ bool Instance::Create()
     if (wanted && !m_validation) {
         DebugLine("Vulkan: GLEAM_DEBUG asks for validation, but %s is not installed", ValidationLayer);
     }
-    const bool debugUtils =
-        HasExtension(m_global, nullptr, VK_EXT_DEBUG_UTILS_EXTENSION_NAME) ||
-        (m_validation && HasExtension(m_global, ValidationLayer, VK_EXT_DEBUG_UTILS_EXTENSION_NAME));
+    bool debugUtils = false;
+    const std::vector<const char*> extensions = PickExtensions(debugUtils);
 
     VkApplicationInfo application{VK_STRUCTURE_TYPE_APPLICATION_INFO};
     application.pEngineName = "Gleamwork";
     application.apiVersion = VK_API_VERSION_1_3;
-    const char* extension = VK_EXT_DEBUG_UTILS_EXTENSION_NAME;
     VkInstanceCreateInfo info{VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO};
     info.pApplicationInfo = &application;
     info.enabledLayerCount = m_validation;
     info.ppEnabledLayerNames = &ValidationLayer;
-    info.enabledExtensionCount = debugUtils;
-    info.ppEnabledExtensionNames = &extension;
+    info.enabledExtensionCount = static_cast<uint32_t>(extensions.size());
+    info.ppEnabledExtensionNames = extensions.data();
     const VkResult result = m_global.CreateInstance(&info, nullptr, &m_instance);
     if (result != VK_SUCCESS || !m_functions.Load(m_global, m_instance)) {
         DebugLine("Vulkan: vkCreateInstance failed (%d)", result);
@@ -115,6 +114,36 @@ bool Instance::Create()
     m_functions.EnumeratePhysicalDevices(m_instance, &count, m_physicalDevices.data());
     m_physicalDevices.resize(count);
     return true;
+}
+
+// Surfaces of every window system that the loader knows: which one SDL runs on shows only when a window is there.
+std::vector<const char*> Instance::PickExtensions(bool& debugUtils)
+{
+    debugUtils = HasExtension(m_global, nullptr, VK_EXT_DEBUG_UTILS_EXTENSION_NAME) ||
+                 (m_validation && HasExtension(m_global, ValidationLayer, VK_EXT_DEBUG_UTILS_EXTENSION_NAME));
+    std::vector<const char*> extensions;
+    if (debugUtils) {
+        extensions.push_back(VK_EXT_DEBUG_UTILS_EXTENSION_NAME);
+    }
+    m_hasSurfaces = HasExtension(m_global, nullptr, VK_KHR_SURFACE_EXTENSION_NAME);
+    if (!m_hasSurfaces) {
+        return extensions;
+    }
+    extensions.push_back(VK_KHR_SURFACE_EXTENSION_NAME);
+    const auto add = [&](const char* name) {
+        if (HasExtension(m_global, nullptr, name)) {
+            extensions.push_back(name);
+        }
+    };
+    for (const char* name :
+         {"VK_KHR_xlib_surface", "VK_KHR_xcb_surface", "VK_KHR_display", "VK_EXT_swapchain_colorspace"}) {
+        add(name);
+    }
+    // Layers that see it connect to Wayland at once and complain on the error stream where there is none.
+    if (std::getenv("XDG_RUNTIME_DIR")) {
+        add("VK_KHR_wayland_surface");
+    }
+    return extensions;
 }
 
 void Instance::CreateMessenger()

@@ -29,6 +29,8 @@ public:
     /// In the loader's order; a device number of GLEAM_DEVICE indexes this list.
     const std::vector<VkPhysicalDevice>& PhysicalDevices() const { return m_physicalDevices; }
 
+    /// Whether windows can be presented on, should the device and the window system agree.
+    bool HasSurfaces() const { return m_hasSurfaces; }
     bool HasValidation() const { return m_validation; }
     /// Whether object names and labels reach anybody.
     bool HasDebugUtils() const { return m_functions.SetDebugUtilsObjectNameEXT != nullptr; }
@@ -36,6 +38,7 @@ public:
 private:
     Instance() = default;
     bool Create();
+    std::vector<const char*> PickExtensions(bool& debugUtils);
     void CreateMessenger();
 
     GlobalFunctions m_global;
@@ -44,6 +47,7 @@ private:
     VkDebugUtilsMessengerEXT m_messenger = VK_NULL_HANDLE;
     std::vector<VkPhysicalDevice> m_physicalDevices;
     bool m_validation = false;
+    bool m_hasSurfaces = false;
 };
 
 } // namespace gleam

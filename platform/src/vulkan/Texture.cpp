@@ -26,10 +26,13 @@ bool SupportsOptimal(const Gpu& gpu, VkFormat format, VkFormatFeatureFlags featu
     return (gpu.FormatProperties(format).optimalTilingFeatures & features) == features;
 }
 
-VkFormat ChooseFormat(const Gpu& gpu, const FormatInfo& format, UINT bindFlags)
+VkFormat ChooseFormat(const Gpu& gpu, const FormatInfo& format, const ResourceInfo& info)
 {
-    const bool isDepth = (bindFlags & D3D11_BIND_DEPTH_STENCIL) != 0 || format.vkFormat == 0;
+    const bool isDepth = (info.bindFlags & D3D11_BIND_DEPTH_STENCIL) != 0 || format.vkFormat == 0;
     const auto chosen = static_cast<VkFormat>(isDepth ? format.vkDepthFormat : format.vkFormat);
+    if (info.swapsRedBlue) {
+        return SwapRedBlue(chosen);
+    }
     // Some devices have no 24-bit depth; the next larger form keeps every value.
     if (chosen == VK_FORMAT_D24_UNORM_S8_UINT &&
         !SupportsOptimal(gpu, chosen, VK_FORMAT_FEATURE_DEPTH_STENCIL_ATTACHMENT_BIT)) {
@@ -55,6 +58,26 @@ VkImageAspectFlags AspectsOf(VkFormat format)
 
 } // namespace
 
+VkFormat SwapRedBlue(VkFormat format)
+{
+    switch (format) {
+    case VK_FORMAT_R8G8B8A8_UNORM:
+        return VK_FORMAT_B8G8R8A8_UNORM;
+    case VK_FORMAT_B8G8R8A8_UNORM:
+        return VK_FORMAT_R8G8B8A8_UNORM;
+    case VK_FORMAT_R8G8B8A8_SRGB:
+        return VK_FORMAT_B8G8R8A8_SRGB;
+    case VK_FORMAT_B8G8R8A8_SRGB:
+        return VK_FORMAT_R8G8B8A8_SRGB;
+    case VK_FORMAT_A2B10G10R10_UNORM_PACK32:
+        return VK_FORMAT_A2R10G10B10_UNORM_PACK32;
+    case VK_FORMAT_A2R10G10B10_UNORM_PACK32:
+        return VK_FORMAT_A2B10G10R10_UNORM_PACK32;
+    default:
+        return VK_FORMAT_UNDEFINED;
+    }
+}
+
 VkDeviceSize CopyStart(const FormatInfo& format, VkDeviceSize offset)
 {
     const VkDeviceSize step = std::lcm<VkDeviceSize>(4, std::max<VkDeviceSize>(format.blockBytes, 1));
@@ -63,7 +86,7 @@ VkDeviceSize CopyStart(const FormatInfo& format, VkDeviceSize offset)
 
 Texture::Texture(const ResourceInfo& description, Gpu& owner, UploadQueue& uploads, const D3D11_SUBRESOURCE_DATA* data)
     : Resource(description, owner), m_format(&GetFormatInfo(description.format)),
-      m_vkFormat(ChooseFormat(owner, *m_format, description.bindFlags)), m_aspects(AspectsOf(m_vkFormat))
+      m_vkFormat(ChooseFormat(owner, *m_format, description)), m_aspects(AspectsOf(m_vkFormat))
 {
     if (m_vkFormat == VK_FORMAT_UNDEFINED) {
         throw VulkanError{VK_ERROR_FORMAT_NOT_SUPPORTED, "format without a Vulkan form"};

@@ -21,6 +21,9 @@ struct LinearLayout
     VkDeviceSize stencilPlane = 0;
 };
 
+/// The format with red and blue changed over, of those that windows have; VK_FORMAT_UNDEFINED for others.
+VkFormat SwapRedBlue(VkFormat format);
+
 class Texture : public Resource
 {
 public:

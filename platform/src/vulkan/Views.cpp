@@ -8,7 +8,11 @@ namespace {
 
 VkFormat ViewFormat(const Texture& texture, DXGI_FORMAT format)
 {
-    return texture.IsDepth() ? texture.ImageFormat() : static_cast<VkFormat>(GetFormatInfo(format).vkFormat);
+    if (texture.IsDepth()) {
+        return texture.ImageFormat();
+    }
+    const auto found = static_cast<VkFormat>(GetFormatInfo(format).vkFormat);
+    return texture.info.swapsRedBlue ? SwapRedBlue(found) : found;
 }
 
 SubresourceRange LayersOf(const Texture& texture, const ViewRange& range)
