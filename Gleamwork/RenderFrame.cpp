@@ -162,7 +162,7 @@ void RenderFrame::BeginFrame()
     m_renderer->BeginEventFrame(m_name);
     m_renderer->BeginFrame();
     m_renderer->ClearRenderTarget(GetBackBuffer(), -1, {0.0f, 0.0f, 0.0f, 0.0f});
-    m_renderer->ClearDepthStencil(m_depthBuffer, -1, eDepthStencilClearMode_DepthStencil, 1.0f, 0);
+    m_renderer->ClearDepthStencil(m_depthBuffer, -1, eDepthStencilClearMode_Both, 1.0f, 0);
     m_renderer->BindGlobalConstantBuffers();
 }
 
