@@ -28,7 +28,7 @@ struct ReaderRow
 // A row without a reader names its files and refuses them.
 constexpr ReaderRow readers[] = {
     {IMAGE_FILE_BMP, "bmp", nullptr},
-    {IMAGE_FILE_DDS, "dds", nullptr},
+    {IMAGE_FILE_DDS, "dds", image::LoadDds},
     {IMAGE_FILE_JPEG, "jpg, jpeg", image::LoadJpeg},
     {IMAGE_FILE_PNG, "png", image::LoadPng},
     {IMAGE_FILE_TGA, "tga", nullptr},

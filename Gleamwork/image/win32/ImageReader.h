@@ -20,6 +20,9 @@ bool LoadPng(const qs::MemView<const unsigned char>& file, const ImageLoadParams
 // CMYK file come as they stand in it, inverted where the file's writer inverted them. Truncated and damaged files fail.
 bool LoadJpeg(const qs::MemView<const unsigned char>& file, const ImageLoadParams& params, Image& image);
 
+// DDS with mip chains, cubes and volumes: see ImageFileFormatDDS.h.
+bool LoadDds(const qs::MemView<const unsigned char>& file, const ImageLoadParams& params, Image& image);
+
 // While it lives, messages of this thread's readers name the file. The text must outlive it.
 class LoadingFileName
 {
