@@ -245,6 +245,8 @@ private:
 
     Renderer* m_renderer; ///< not owned
     const Shader* m_currentShader = nullptr;
+    /// Buffers of two threads may lie side by side: what one writes must not share a cache line with the other's.
+    [[maybe_unused]] char m_distance[64];
 };
 
 } // namespace gw

@@ -403,7 +403,6 @@ private:
     bool CreateStages(Shader& shader, ID3D11ShaderReflection* (&stages)[3]);
     /// Keeps a texture's device data for the frames in which recorded commands may still name its views.
     void MarkInUse(const qs::ObjectHandle& handle);
-    bool HasSliceView(const SRV& srv, const qs::ObjectHandle& owner, int slice) const;
     int FindComputeSlot(const qs::FixedString& name) const;
     bool ShadowSampler(const ShaderSlots& slots, const qs::ObjectHandle& handle);
     void UnbindShaderResources();

@@ -118,40 +118,31 @@ bool D3D11Renderer::PrepareSetTexture(const Shader* shader, const qs::FixedStrin
         return false;
     }
     if (handle.IsValid()) {
-        if (const SRV* srv = m_srvs.Find(handle)) {
+        MarkInUse(handle); // first, so that what is found below outlives the replay
+        SRVMap::View view;
+        if (m_srvs.FindView(handle, view)) {
             if (slice == -1) {
-                desc.view = srv->views ? srv->views[0] : nullptr;
-            } else if (HasSliceView(*srv, handle, slice)) {
-                desc.view = srv->sliceViews[slice];
+                desc.view = view.whole;
+            } else if (slice >= 0 && slice < view.sliceCount) {
+                desc.view = view.slices[slice];
             } else {
                 QS_LOG_ASSERT(FILE_NAME, FUNCTION,
                               "Setting texture %s with slice %i, but texture doesn't have any shader resource slices!",
                               name.ToChar(), slice);
             }
         }
-        MarkInUse(handle);
     }
     desc.slots = slots->slots;
     return true;
 }
 
-bool D3D11Renderer::HasSliceView(const SRV& srv, const qs::ObjectHandle& owner, int slice) const
-{
-    const Texture* texture = srv.sliceViews && m_textures.IsAlive(owner) ? m_textures.Get(owner) : nullptr;
-    if (!texture || slice < 0) {
-        return false;
-    }
-    const bool hasMips = (texture->usage & gw::eTextureUsageFlag_ShaderResourceMips) != 0;
-    return slice < texture->arraySize * (hasMips ? texture->mipCount : 1);
-}
-
-/// A plain store: all threads that record write nearly the same number.
+/// Threads that bind the same texture in one frame write the same number, and only the first of them writes.
 void D3D11Renderer::MarkInUse(const qs::ObjectHandle& handle)
 {
     Texture* texture = m_textures.IsAlive(handle) ? m_textures.Get(handle) : m_textures.Get(m_whiteTexture);
-    if (texture) {
-        std::atomic_ref(texture->keepUntilFrame)
-            .store(m_frameCounter + TEXTURE_REMOVE_DELAY, std::memory_order_relaxed);
+    const std::uint32_t frame = std::atomic_ref(m_frameCounter).load(std::memory_order_relaxed) + TEXTURE_REMOVE_DELAY;
+    if (texture && texture->keepUntilFrame != frame) {
+        texture->keepUntilFrame = frame;
     }
 }
 

@@ -108,10 +108,8 @@ void D3D11Renderer::AddBufferView(ID3D11Buffer* buffer, DxgiFormat format, std::
 
 void D3D11Renderer::ReleaseBufferView(qs::ObjectHandle owner)
 {
-    if (SRV* srv = m_srvs.Find(owner)) {
-        DeleteViews(srv->views, 1);
-    }
-    m_srvs.Remove(owner);
+    SRV srv = m_srvs.Take(owner);
+    DeleteViews(srv.views, 1);
 }
 
 VertexBufferID D3D11Renderer::AddVertexBuffer()

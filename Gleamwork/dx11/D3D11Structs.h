@@ -10,6 +10,7 @@
 #include <qs/Memory.h>
 #include <qs/ObjectHandle.h>
 
+#include <atomic>
 #include <cstdint>
 
 struct ID3D11BlendState;
@@ -29,6 +30,26 @@ namespace api {
 /// A `DXGI_FORMAT` as its published number.
 using DxgiFormat = std::uint32_t;
 } // namespace api
+
+/// A frame number in a texture's record, which recording threads raise while the record may be copied or compared. The
+/// order is that of all marks and of the table of views: see api::D3D11Renderer::RemoveTexture.
+class FrameMark
+{
+public:
+    FrameMark() = default;
+    FrameMark(std::uint32_t frame) : m_frame(frame) {}
+    FrameMark(const FrameMark& other) : m_frame(other) {}
+    FrameMark& operator=(const FrameMark& other) { return *this = std::uint32_t(other); }
+    FrameMark& operator=(std::uint32_t frame)
+    {
+        std::atomic_ref(m_frame).store(frame);
+        return *this;
+    }
+    operator std::uint32_t() const { return std::atomic_ref(m_frame).load(); }
+
+private:
+    mutable std::uint32_t m_frame = 0;
+};
 
 /// A texture. The record owns its device references; it is copied as plain data, so exactly one copy may release them
 /// (`api::D3D11Renderer::ClearTexture`).
@@ -57,7 +78,7 @@ struct Texture
     std::int32_t originalMipCount = 0; ///< mips of the asset before any reduction
     std::int32_t mipCount = 1;         ///< mips of this resource
     std::uint32_t sizeInBytes = 0;     ///< sum over slices and mips
-    std::uint32_t keepUntilFrame = 0;  ///< device references live at least until the frame counter is here
+    FrameMark keepUntilFrame;          ///< device references live at least until the frame counter is here
     qs::ObjectHandle handle;           ///< written by the container
 };
 

@@ -7,6 +7,7 @@
 
 #include <d3d11.h>
 
+#include <atomic>
 #include <utility>
 
 namespace api {
@@ -69,23 +70,22 @@ void D3D11Renderer::RemoveTexture(qs::ObjectHandle handle, bool removeRecord, bo
         return;
     }
     if (Texture* texture = m_textures.Get(handle)) {
-        SRV* srv = m_srvs.Find(handle);
+        // A recording thread marks the texture, then looks for its views; here the views go first and the mark is read
+        // after. So whoever still found a view has a mark that is seen.
+        SRV srv = m_srvs.Take(handle);
         if (m_frameCounter >= texture->keepUntilFrame || force) {
-            if (srv) {
-                ClearSRV(*texture, *srv);
-            }
+            ClearSRV(*texture, srv);
             ClearTexture(*texture);
         } else {
             TextureRemoveData data;
             data.texture = *texture;
-            data.srv = srv ? *srv : SRV();
+            data.srv = srv;
             qs::ObjectHandle delayed;
             if (!m_delayedRemovals.Add(data, delayed)) {
                 m_removalOverflow.push_back(data);
             }
             ForgetReferences(*texture);
         }
-        m_srvs.Remove(handle);
         texture->keepUntilFrame = 0;
         UntrackMemory(texture, TEXTURE_SCOPE);
     }
@@ -116,7 +116,8 @@ void D3D11Renderer::ClearTextures(bool force)
         }
     }
     std::erase_if(m_removalOverflow, [&](TextureRemoveData& data) { return FinishRemoval(data, force); });
-    ++m_frameCounter;
+    // Threads that record read it.
+    std::atomic_ref(m_frameCounter).store(m_frameCounter + 1, std::memory_order_relaxed);
 }
 
 void D3D11Renderer::DecreaseMip(qs::ObjectHandle handle, int mip)
@@ -127,8 +128,7 @@ void D3D11Renderer::DecreaseMip(qs::ObjectHandle handle, int mip)
         QS_LOG_ASSERT(FILE_NAME, FUNCTION, "[D3D11Renderer::DecreaseMip] Texture no longer found");
         return;
     }
-    SRV* srv = m_srvs.Find(handle);
-    if (!srv) {
+    if (!m_srvs.Find(handle)) {
         QS_LOG_ASSERT(FILE_NAME, FUNCTION,
                       "[D3D11Renderer::DecreaseMip] SRV no longer found - is this texture being removed?");
         return;
@@ -156,10 +156,7 @@ void D3D11Renderer::DecreaseMip(qs::ObjectHandle handle, int mip)
     texture->keepUntilFrame = smallerTexture->keepUntilFrame = m_frameCounter + TEXTURE_REMOVE_DELAY;
     std::swap(*texture, *smallerTexture);
     std::swap(texture->handle, smallerTexture->handle);
-    if (SRV* smallerSRV = m_srvs.Find(smaller)) {
-        std::swap(*srv, *smallerSRV);
-        std::swap(srv->handle, smallerSRV->handle);
-    }
+    m_srvs.Swap(handle, smaller);
     // The accounting is kept by record, and the records have changed contents.
     for (const Texture* record : {texture, smallerTexture}) {
         UntrackMemory(record, TEXTURE_SCOPE);

@@ -322,7 +322,12 @@ void D3D11Renderer::CreateTextureViews(gw::ETextureUsageFlag usage, Texture* tex
 
 void D3D11Renderer::AddSRV(const SRV& srv, qs::ObjectHandle owner)
 {
-    m_srvs.Add(srv, owner);
+    std::int64_t sliceCount = 0;
+    if (const Texture* texture = srv.sliceViews && m_textures.IsAlive(owner) ? m_textures.Get(owner) : nullptr) {
+        const bool hasMips = (texture->usage & gw::eTextureUsageFlag_ShaderResourceMips) != 0;
+        sliceCount = std::int64_t(texture->arraySize) * (hasMips ? texture->mipCount : 1);
+    }
+    m_srvs.Add(srv, owner, sliceCount);
 }
 
 SRV* D3D11Renderer::GetSRV(qs::ObjectHandle owner, gw::ESRVPrefer) const

@@ -64,6 +64,8 @@ void Register(const std::string& name, std::function<void(benchmark::State&)> ru
     registered->Unit(benchmark::kMicrosecond);
     if (time == ETime::Wall)
         registered->UseRealTime();
+    else if (time == ETime::Manual)
+        registered->UseManualTime();
 }
 
 } // namespace

@@ -12,7 +12,8 @@ namespace bench {
 enum class ETime
 {
     Wall,
-    Processor
+    Processor,
+    Manual ///< what the side sets with SetIterationTime
 };
 
 /// One row of the table: `NAME` or `NAME:CASE`; of several cases the worst counts. Call before Run.
