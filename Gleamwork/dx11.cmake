@@ -10,6 +10,10 @@ list(APPEND GLEAMWORK_SOURCES
   dx11/D3D11Formats.cpp
   dx11/D3D11Module.cpp
   dx11/D3D11PerformanceTracker.cpp
+  dx11/D3D11RenderFrame.cpp
+  dx11/D3D11RenderFrameDisplay.cpp
+  dx11/D3D11RenderFrameFailure.cpp
+  dx11/D3D11RenderFrameSurfaces.cpp
   dx11/D3D11Renderer.cpp
   dx11/D3D11RendererBuffers.cpp
   dx11/D3D11RendererCapture.cpp
@@ -21,6 +25,7 @@ list(APPEND GLEAMWORK_SOURCES
   dx11/EventQuery.cpp
   dx11/FrameQueryRing.cpp
   dx11/SRVMap.cpp
+  dx11/SystemVersion.cpp
   dx11/TextureCreation.cpp
   dx11/TypeIndices.cpp)
 list(APPEND GLEAMWORK_LIBS platform texture)

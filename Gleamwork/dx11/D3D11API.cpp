@@ -3,8 +3,10 @@
 
 #include "Gleamwork/App.h"
 #include "Gleamwork/Display.h"
+#include "Gleamwork/Renderer.h"
 #include "Gleamwork/Window.h"
 #include "Gleamwork/dx11/D3D11Error.h"
+#include "Gleamwork/dx11/D3D11RenderFrame.h"
 #include "Gleamwork/dx11/TypeIndices.h"
 #include "Gleamwork/dx11/ViewArray.h"
 
@@ -84,6 +86,19 @@ void PublishSettings(const AppStartupDesc& desc)
     GraphicSettings->refreshNumerator = desc.refreshNumerator;
     GraphicSettings->refreshDenominator = desc.refreshDenominator;
     GraphicSettings->displayIndex = desc.displayIndex;
+}
+
+void LeaveFullscreen(gw::Window& window, int width, int height, int displayIndex, bool fake)
+{
+    window.LeaveFullscreen(0);
+    if (fake) {
+        window.SetDisplay(displayIndex);
+        window.ApplyFakeFullscreenStyle();
+        window.SetSize(width, height);
+    } else {
+        window.SetSize(width, height);
+        window.SetDisplay(-1);
+    }
 }
 
 qs::STDString Translate(const char* key, const char* english)
@@ -231,9 +246,8 @@ void D3D11API::Exit()
 
 gw::RenderFrame* D3D11API::CreateRenderFrame(const gw::RenderFrameDesc& desc)
 {
-    QS_LOG_ERROR(FILE_NAME, "api::D3D11API::CreateRenderFrame",
-                 "Couldn't create a render frame: this version draws into textures only.");
-    return nullptr;
+    return new D3D11RenderFrame(data, gw::Renderer::GetInstance(), desc,
+                                desc.hdr ? gw::FORMAT_RGB10A2 : gw::FORMAT_RGBA8, gw::FORMAT_D24S8);
 }
 
 void D3D11API::ResizeRenderFrameWindow(gw::RenderFrame* frame, unsigned width, unsigned height,
@@ -245,8 +259,40 @@ void D3D11API::ResizeRenderFrameWindow(gw::RenderFrame* frame, unsigned width, u
     QS_LOG_TRACE(FILE_NAME, FUNCTION, "api::D3D11API::ResizeRenderFrameWindow(%d, %d)\n", int(width), int(height));
     if (!frame) {
         QS_LOG_ASSERT(FILE_NAME, FUNCTION, "RenderFrame is nullptr!");
+        return;
     }
-    // Frames have no windows in this version, and a frame without a window keeps its size.
+    if (!frame->GetDesc().window) {
+        return;
+    }
+    const bool wasFullscreen = frame->GetDesc().fullscreen;
+    static_cast<D3D11RenderFrame*>(frame)->SetProperties(fullscreen, refreshNumerator, refreshDenominator, verticalSync,
+                                                         tripleBuffering);
+    gw::Window* window = app->GetMainWindow(fullscreen, refreshNumerator, refreshDenominator);
+    if (!window) {
+        QS_LOG_ERROR(FILE_NAME, FUNCTION, "The application has no main window for this mode.");
+        return;
+    }
+    const auto notify = [&](bool changing) {
+        app->NotifyWindowResize(int(width), int(height), window->GetNativeHandle(), changing, 0, 0);
+    };
+    if (wasFullscreen) {
+        notify(true);
+    }
+    if (fullscreen) {
+        gw::DisplayMode mode;
+        mode.displayIndex = std::uint32_t(displayIndex);
+        mode.width = width;
+        mode.height = height;
+        mode.refreshNumerator = refreshNumerator;
+        mode.refreshDenominator = refreshDenominator;
+        window->SetFullscreenMode(mode, 0);
+        window->EnterFullscreen(0);
+    } else {
+        LeaveFullscreen(*window, int(width), int(height), displayIndex, fakeFullscreen);
+    }
+    if (wasFullscreen && !fakeFullscreen) {
+        notify(false);
+    }
 }
 
 bool D3D11API::IsDeviceLost(bool) const

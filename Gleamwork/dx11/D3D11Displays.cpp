@@ -2,7 +2,8 @@
 #include "Gleamwork/Display.h"
 #include "Gleamwork/dx11/D3D11API.h"
 #include "Gleamwork/dx11/D3D11Error.h"
-#include "Gleamwork/dx11/ViewArray.h"
+#include "Gleamwork/dx11/Released.h"
+#include "Gleamwork/dx11/SystemVersion.h"
 
 #include <qs/Log.h>
 
@@ -15,25 +16,6 @@ namespace api {
 namespace {
 
 constexpr DXGI_FORMAT DISPLAY_FORMAT = DXGI_FORMAT_B8G8R8A8_UNORM;
-
-/// Releases its object at the end of the scope.
-template <class Object>
-class Released
-{
-public:
-    Released() = default;
-    ~Released() { ReleaseObject(m_object); }
-    Released(const Released&) = delete;
-    Released& operator=(const Released&) = delete;
-
-    Object* operator->() const { return m_object; }
-    Object* Get() const { return m_object; }
-    Object** Address() { return &m_object; }
-    void** VoidAddress() { return reinterpret_cast<void**>(&m_object); }
-
-private:
-    Object* m_object = nullptr;
-};
 
 qs::STDString ToText(const WCHAR* wide)
 {
@@ -97,19 +79,6 @@ gw::Display DescribeDisplay(const DXGI_ADAPTER_DESC& adapter, IDXGIOutput* outpu
     display.SortDisplayModes();
     display.CalculateRecommendedDisplayMode();
     return display;
-}
-
-bool IsSystemAtLeast(WORD major, WORD minor)
-{
-    OSVERSIONINFOEXW info = {};
-    info.dwOSVersionInfoSize = sizeof(info);
-    info.dwMajorVersion = major;
-    info.dwMinorVersion = minor;
-    DWORDLONG conditions = 0;
-    for (const DWORD field : {DWORD(VER_MAJORVERSION), DWORD(VER_MINORVERSION), DWORD(VER_SERVICEPACKMAJOR)}) {
-        conditions = VerSetConditionMask(conditions, field, VER_GREATER_EQUAL);
-    }
-    return VerifyVersionInfoW(&info, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR, conditions) != FALSE;
 }
 
 } // namespace

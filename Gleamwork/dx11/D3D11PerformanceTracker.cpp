@@ -43,7 +43,7 @@ void Fill(const EventQuery& event, gw::MeasurementNode& node, ID3D11DeviceContex
     node.gpuTime = static_cast<float>(end - start) * 1000.0f / frequency;
     D3D11_QUERY_DATA_PIPELINE_STATISTICS statistics;
     if (ReadData(context, event.statisticsQuery, &statistics, sizeof(statistics))) {
-        std::memcpy(&node.statistics, &statistics, sizeof(statistics));
+        std::memcpy(static_cast<void*>(&node.statistics), &statistics, sizeof(statistics));
     }
 }
 

@@ -80,8 +80,6 @@ protected:
     qs::CommandBuffer m_immediate;
     qs::CommandBuffer m_relaxed;
     qs::LogCapture m_log;
-
-private:
     TestApp m_app;
     std::unique_ptr<api::IAPI> m_api;
 };
