@@ -48,6 +48,24 @@ bool IsJpeg(const qs::Path& path)
     return strcasecmp(text.c_str(), "jpg") == 0 || strcasecmp(text.c_str(), "jpeg") == 0;
 }
 
+gw::EImageFileType DetectType(const std::string& name, std::span<const std::uint8_t> bytes)
+{
+    const auto startsWith = [&](std::string_view magic) {
+        return bytes.size() >= magic.size() && std::memcmp(bytes.data(), magic.data(), magic.size()) == 0;
+    };
+    if (startsWith("\x89PNG"))
+        return gw::IMAGE_FILE_PNG;
+    if (startsWith("\xff\xd8"))
+        return gw::IMAGE_FILE_JPEG;
+    if (startsWith("DDS "))
+        return gw::IMAGE_FILE_DDS;
+    if (startsWith("BM"))
+        return gw::IMAGE_FILE_BMP;
+    // A TGA file has no mark of its own.
+    const std::string extension = std::filesystem::path(name).extension().string();
+    return strcasecmp(extension.c_str(), ".tga") == 0 ? gw::IMAGE_FILE_TGA : gw::IMAGE_FILE_UNKNOWN;
+}
+
 } // namespace
 
 ImageFile::~ImageFile()
@@ -81,6 +99,29 @@ bool ImageFile::Load(const std::string& path, std::string& error)
         error = path + ": not an image that can be read (png and jpg are known), or damaged";
         return false;
     }
+    return Finish(path, isCmyk, error);
+}
+
+bool ImageFile::LoadBytes(const std::string& name, std::span<const std::uint8_t> bytes, std::string& error)
+{
+    const qs::MemView<const unsigned char> view(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+    gw::ImageLoadParams params;
+    params.formatReplacements = {s_widened.data(), static_cast<std::int64_t>(s_widened.size())};
+    const gw::EImageFileType type = DetectType(name, bytes);
+    gw::Image header;
+    gw::ImageLoadParams headerParams;
+    headerParams.flags = gw::IMAGE_LOAD_HEADER_ONLY;
+    const bool isCmyk = type == gw::IMAGE_FILE_JPEG && header.Load(type, view, headerParams) &&
+                        header.GetFormat() == gw::FORMAT_RGBA8;
+    if (type == gw::IMAGE_FILE_UNKNOWN || !m_image.Load(type, view, params)) {
+        error = name + ": not an image that can be read, or damaged";
+        return false;
+    }
+    return Finish(name, isCmyk, error);
+}
+
+bool ImageFile::Finish(const std::string& path, bool isCmyk, std::string& error)
+{
     if (!Check(path, error))
         return false;
     m_format = m_image.GetFormat();

@@ -3,6 +3,7 @@
 
 #include <Gleamwork/image/Image.h>
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ public:
     /// False, with a sentence that names the file in `error`, when there is no picture to be had from it.
     bool Load(const std::string& path, std::string& error);
 
+    /// The same for an image file's bytes; the kind shows in the bytes, whatever the name's extension says.
+    bool LoadBytes(const std::string& name, std::span<const std::uint8_t> bytes, std::string& error);
+
     unsigned GetWidth() const { return static_cast<unsigned>(m_image.GetWidth()); }
     unsigned GetHeight() const { return static_cast<unsigned>(m_image.GetHeight()); }
     gw::EFormat GetFormat() const { return m_format; }
@@ -29,6 +33,7 @@ public:
     unsigned GetByteSize() const;
 
 private:
+    bool Finish(const std::string& path, bool isCmyk, std::string& error);
     bool Check(const std::string& path, std::string& error) const;
     void SpreadToColor();
 

@@ -15,21 +15,27 @@ bool ParseNumber(std::string_view text, unsigned& value)
     return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
-std::optional<Size> ParseSize(std::string_view text)
+bool ParseCount(std::string_view text, unsigned most, unsigned& value)
 {
-    const auto cross = text.find('x');
-    Size size;
-    if (cross == text.npos || !ParseNumber(text.substr(0, cross), size.width) ||
-        !ParseNumber(text.substr(cross + 1), size.height))
-        return std::nullopt;
-    const auto fits = [](unsigned pixels) { return pixels >= 1 && pixels <= MaxPictureSize; };
-    return fits(size.width) && fits(size.height) ? std::optional(size) : std::nullopt;
+    return ParseNumber(text, value) && value >= 1 && value <= most;
 }
 
-bool ParseTime(std::string_view text, float& seconds)
+bool ParseFloat(std::string_view text, float& value)
 {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() && std::isfinite(seconds);
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size() && std::isfinite(value);
+}
+
+bool ParseSize(std::string_view text, std::optional<Size>& size)
+{
+    const auto cross = text.find('x');
+    Size parsed;
+    if (cross == text.npos || !ParseCount(text.substr(0, cross), MaxPictureSize, parsed.width) ||
+        !ParseCount(text.substr(cross + 1), MaxPictureSize, parsed.height)) {
+        return false;
+    }
+    size = parsed;
+    return true;
 }
 
 bool IsDevice(std::string_view text)
@@ -38,37 +44,108 @@ bool IsDevice(std::string_view text)
     return text == "auto" || text == "software" || text == "null" || ParseNumber(text, number);
 }
 
-/// Stores one option's value; false, with the reason in `error`, when the value is not one.
-bool StoreOption(Options& options, const std::string& name, const std::string& value, std::string& error)
+/// Two or three numbers, or the name of a camera. A name never begins like a number does.
+bool ParseCamera(std::string_view text, Options& options)
 {
-    if (name == "--shader") {
-        options.shader = value;
-    } else if (name == "--out") {
-        options.out = value;
-    } else if (name == "--device") {
-        if (!IsDevice(value)) {
-            error = "--device takes auto, software, null or a device number, not '" + value + "'";
-            return false;
-        }
-        options.device = value;
-    } else if (name == "--time") {
-        if (!ParseTime(value, options.time)) {
-            error = "--time takes a number of seconds, not '" + value + "'";
-            return false;
-        }
-    } else {
-        options.size = ParseSize(value);
-        if (!options.size) {
-            error = "--size takes WIDTHxHEIGHT from 1x1 to 16384x16384, not '" + value + "'";
-            return false;
-        }
+    if (text.empty()) {
+        return false;
     }
-    return true;
+    if (std::string_view("+-.0123456789").find(text[0]) == std::string_view::npos) {
+        options.cameraName = text;
+        return true;
+    }
+    float values[3] = {0.0f, 0.0f, 1.0f};
+    std::size_t count = 0;
+    for (std::string_view rest = text; count < 3; ++count) {
+        const auto comma = rest.find(',');
+        if (!ParseFloat(rest.substr(0, comma), values[count])) {
+            return false;
+        }
+        if (comma == std::string_view::npos) {
+            options.camera = {values[0], values[1], values[2]};
+            return count >= 1 && std::fabs(values[1]) <= 89.0f && values[2] >= 0.01f && values[2] <= 100.0f;
+        }
+        rest = rest.substr(comma + 1);
+    }
+    return false;
 }
 
-bool TakesValue(const std::string& name)
+bool ParseUp(std::string_view text, UpAxis& up)
 {
-    return name == "--shader" || name == "--out" || name == "--size" || name == "--device" || name == "--time";
+    up = text == "z" ? UpAxis::Z : UpAxis::Y;
+    return text == "y" || text == "z";
+}
+
+/// One option with a value: its name, how the value is stored, and what a wrong one is told.
+struct ValueOption
+{
+    const char* name;
+    bool (*store)(Options& options, const std::string& value);
+    const char* wants;
+};
+
+constexpr ValueOption s_valueOptions[] = {
+    {"--shader", [](Options& o, const std::string& v) { return !(o.shader = v).empty(); }, "a file"},
+    {"--out", [](Options& o, const std::string& v) { return !(o.out = v).empty(); }, "a file"},
+    {"--trace", [](Options& o, const std::string& v) { return !(o.trace = v).empty(); }, "a file"},
+    {"--size", [](Options& o, const std::string& v) { return ParseSize(v, o.size); },
+     "WIDTHxHEIGHT from 1x1 to 16384x16384"},
+    {"--device", [](Options& o, const std::string& v) { return IsDevice(o.device = v); },
+     "auto, software, null or a device number"},
+    {"--time", [](Options& o, const std::string& v) { return ParseFloat(v, o.time); }, "a number of seconds"},
+    {"--frames", [](Options& o, const std::string& v) { return ParseCount(v, MaxFrames, o.frames); },
+     "a number from 1 to 1000000"},
+    {"--threads", [](Options& o, const std::string& v) { return ParseCount(v, MaxThreads, o.threads); },
+     "a number from 1 to 64"},
+    {"--camera", [](Options& o, const std::string& v) { return ParseCamera(v, o); },
+     "YAW,PITCH or YAW,PITCH,ZOOM (degrees; PITCH within 89, ZOOM from 0.01 to 100) or the name of a camera"},
+    {"--up", [](Options& o, const std::string& v) { return ParseUp(v, o.up); }, "y or z"},
+};
+
+struct Switch
+{
+    const char* name;
+    void (*set)(Options& options);
+};
+
+constexpr Switch s_switches[] = {
+    {"--split", [](Options& o) { o.split = true; }},
+    {"--wireframe", [](Options& o) { o.wireframe = true; }},
+    {"--bounds", [](Options& o) { o.bounds = true; }},
+    {"--no-ground", [](Options& o) { o.ground = false; }},
+};
+
+template <class Entry, std::size_t Count>
+const Entry* Find(const Entry (&table)[Count], const std::string& name)
+{
+    for (const Entry& entry : table) {
+        if (name == entry.name) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+/// Handles the option at `position` and moves it to the option's last argument.
+bool ParseOption(Options& options, const std::vector<std::string>& arguments, std::size_t& position,
+                 std::string& error)
+{
+    const std::string& name = arguments[position];
+    if (const Switch* entry = Find(s_switches, name)) {
+        entry->set(options);
+        return true;
+    }
+    const ValueOption* option = Find(s_valueOptions, name);
+    if (!option) {
+        error = "unknown option '" + name + "'";
+    } else if (position + 1 == arguments.size()) {
+        error = "option '" + name + "' needs a value";
+    } else if (!option->store(options, arguments[++position])) {
+        error = name + " takes " + option->wants + ", not '" + arguments[position] + "'";
+    } else {
+        return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -76,28 +153,22 @@ bool TakesValue(const std::string& name)
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error)
 {
     Options options;
-    bool onlyImages = false;
+    bool onlyFiles = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
-        if (onlyImages || argument.size() < 2 || argument[0] != '-') {
-            options.images.push_back(argument);
+        if (onlyFiles || argument.size() < 2 || argument[0] != '-') {
+            options.files.push_back(argument);
         } else if (argument == "--") {
-            onlyImages = true;
+            onlyFiles = true;
         } else if (argument == "--help" || argument == "-h") {
             options.help = true;
             return options;
-        } else if (!TakesValue(argument)) {
-            error = "unknown option '" + argument + "'";
-            return std::nullopt;
-        } else if (i + 1 == arguments.size()) {
-            error = "option '" + argument + "' needs a value";
-            return std::nullopt;
-        } else if (!StoreOption(options, argument, arguments[++i], error)) {
+        } else if (!ParseOption(options, arguments, i, error)) {
             return std::nullopt;
         }
     }
-    if (options.images.empty()) {
-        error = "no image given";
+    if (!options.shader.empty() && options.files.empty()) {
+        error = "no image given for the shader";
         return std::nullopt;
     }
     return options;
@@ -105,18 +176,34 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 
 std::string HelpText()
 {
-    return R"(usage: gleamview IMAGE... [--shader FILE] [--out PICTURE] [--size WxH] [--device D] [--time SECONDS]
+    return R"(usage: gleamview [MODEL|IMAGE]... [options]
 
-Loads images (png, jpg), draws them with a full-screen triangle through a text shader and writes the picture.
+Draws models (obj, gltf, glb, fbx, 3ds, ply, stl, dae and what else assimp reads) and images and writes a picture.
+Without a file it draws a scene of its own. Images alone are drawn flat: one fills the picture, several stand in a grid.
+Beside models they stand as boards.
 
-  --shader FILE    text shader with a "[Fragment shader]" and, if it likes, a "[Vertex shader]" section;
-                   without it the images are drawn as they are, several of them in a grid
   --out PICTURE    file to write; its extension is the format: png, jpg, bmp, tga or dds (default gleamview.png)
-  --size WxH       size of the picture in pixels; by default one image keeps its own size, several get
-                   cells as large as the largest of them
+  --size WxH       size of the picture in pixels (default 1280x720). By default an image drawn flat keeps its own
+                   size, and several get cells as large as the largest of them
   --device D       auto, software, null (draws nothing) or a device number; the same as GLEAM_DEVICE
-  --time SECONDS   value of the shader's constant "time" (default 0)
+  --frames N       draws N frames, a sixtieth of a second apart; the last one is the picture (default 1)
+  --trace FILE     writes what every thread did, for the trace viewer of a browser
   --help           this text
+
+models:
+  --camera C       YAW,PITCH or YAW,PITCH,ZOOM: degrees to the right of the front and above the middle, and how near
+                   (1 fits the model into the view); or the name of a camera in the file (default 32,18,1)
+  --up AXIS        y or z, where the file does not tell or tells it wrong
+  --split          two views side by side, the second from the other side and higher
+  --wireframe      lines instead of faces
+  --bounds         boxes around the parts
+  --no-ground      without the ground that takes the shadow
+  --threads N      command buffers that are recorded side by side (default: one per processor)
+
+images:
+  --shader FILE    text shader with a "[Fragment shader]" and, if it likes, a "[Vertex shader]" section;
+                   without it the images are drawn as they are
+  --time SECONDS   value of the shader's constant "time" (default 0); the own scene turns with it
 
 A shader sees, by name, whatever of these it declares:
   float    time             seconds, from --time
@@ -128,7 +215,7 @@ Without a vertex section it gets, per pixel, `float4 position : SV_Position` and
 
 One image drawn at its own size without a shader comes out with exactly the source's pixels.
 
-exit status: 0 picture written, 1 the job failed, 2 wrong usage
+exit status: 0 picture written, 1 the job failed, 2 wrong usage, 130 stopped with Ctrl-C
 )";
 }
 

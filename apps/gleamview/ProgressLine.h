@@ -1,0 +1,35 @@
+// The line that tells how far a long job is.
+#pragma once
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+namespace gleamview {
+
+/// On a terminal one line that is written over, shown once a job takes longer than a glance; elsewhere a line every two
+/// seconds. One thread.
+class ProgressLine
+{
+public:
+    ProgressLine(std::FILE* stream, bool isTerminal);
+    /// Takes the line away.
+    ~ProgressLine();
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    /// `share` runs from 0 to 1.
+    void Show(const std::string& what, const std::string& step, float share);
+    /// Before other text goes to the terminal.
+    void Clear();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    std::FILE* m_stream;
+    bool m_isTerminal;
+    Clock::time_point m_next;
+    std::size_t m_shown = 0; ///< columns that are to be blanked
+};
+
+} // namespace gleamview
