@@ -2,13 +2,13 @@
 #include "ImageScene.h"
 
 #include "TextShader.h"
+#include "draw/TextureUpload.h"
 
 #include <Gleamwork/GWDataLoader.h>
 #include <Gleamwork/GWFS.h>
 #include <Gleamwork/Renderer.h>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <qs/Path.h>
 
@@ -17,11 +17,6 @@ namespace gleamview {
 namespace {
 
 constexpr unsigned MaxShaderImages = 8;
-
-unsigned FullChain(unsigned width, unsigned height)
-{
-    return static_cast<unsigned>(std::bit_width(std::max(width, height)));
-}
 
 gw::ETextureUsageFlag Usage(unsigned bits)
 {
@@ -38,6 +33,11 @@ unsigned SrgbBit(bool isSrgb)
     return isSrgb ? unsigned(gw::eTextureUsageFlag_SRGB) : 0u;
 }
 
+PixelView View(ImageFile& image)
+{
+    return {image.GetPixels(), image.GetFormat(), image.GetWidth(), image.GetHeight()};
+}
+
 constexpr unsigned DeviceOnly = gw::eTextureAccessFlag_GPURead | gw::eTextureAccessFlag_GPUWrite;
 
 } // namespace
@@ -47,8 +47,8 @@ ImageScene::~ImageScene()
     if (!m_renderer)
         return;
     for (Cell& cell : m_cells)
-        RemoveTexture(cell.texture);
-    RemoveTexture(m_target);
+        RemoveTextureNow(*m_renderer, cell.texture);
+    RemoveTextureNow(*m_renderer, m_target);
     m_triangle.Destroy(nullptr);
     if (m_shader.IsValid())
         m_renderer->RemoveShader(m_shader);
@@ -119,7 +119,8 @@ bool ImageScene::IsExactCopy(const Options& options) const
 bool ImageScene::CreateTextures(std::vector<std::unique_ptr<ImageFile>>& images, std::string& error)
 {
     for (std::size_t i = 0; i < images.size(); ++i) {
-        m_cells[i].texture = m_exact ? CreateTexture(*images[i]) : CreateMippedTexture(*images[i]);
+        m_cells[i].texture = m_exact ? UploadTexture(View(*images[i]), false)
+                                      : UploadMippedTexture(*m_renderer, View(*images[i]), true);
         if (m_renderer->GetTextureSize(m_cells[i].texture) == 0) {
             error = "image " + std::to_string(i + 1) + ": the device has no room for its " +
                     std::to_string(images[i]->GetWidth()) + " by " + std::to_string(images[i]->GetHeight()) + " pixels";
@@ -127,35 +128,6 @@ bool ImageScene::CreateTextures(std::vector<std::unique_ptr<ImageFile>>& images,
         }
     }
     return true;
-}
-
-qs::ObjectHandle ImageScene::CreateTexture(ImageFile& image) const
-{
-    // Pixels stand in the file as sRGB; 16-bit textures have no sRGB form and are filtered as they stand.
-    const bool isSrgb = !m_exact && image.GetFormat() == gw::FORMAT_RGBA8;
-    unsigned bytes = image.GetByteSize();
-    return gw::DataLoader::InvokeAddTextureFromMemory(
-        image.GetPixels(), image.GetFormat(), image.GetWidth(), image.GetHeight(), 0, 1, &bytes, 1, 1,
-        Usage(gw::eTextureUsageFlag_ShaderResource | SrgbBit(isSrgb)), Access(gw::eTextureAccessFlag_GPURead));
-}
-
-/// The same with all its mip levels, which the device makes: an image that is drawn smaller must not alias.
-qs::ObjectHandle ImageScene::CreateMippedTexture(ImageFile& image) const
-{
-    qs::ObjectHandle top = CreateTexture(image);
-    const bool isSrgb = image.GetFormat() == gw::FORMAT_RGBA8;
-    const qs::ObjectHandle mipped = gw::DataLoader::InvokeAddTextureFromMemory(
-        nullptr, image.GetFormat(), image.GetWidth(), image.GetHeight(), 0,
-        FullChain(image.GetWidth(), image.GetHeight()), nullptr, 1, 1,
-        Usage(gw::eTextureUsageFlag_ShaderResource | gw::eTextureUsageFlag_RenderTarget |
-              gw::eTextureUsageFlag_GenerateMips | SrgbBit(isSrgb)),
-        Access(DeviceOnly));
-    if (m_renderer->GetTextureSize(top) != 0 && m_renderer->GetTextureSize(mipped) != 0) {
-        m_renderer->CopyTextureSlice(top, 0, mipped, 0);
-        m_renderer->GenerateMips(mipped);
-    }
-    RemoveTexture(top);
-    return mipped;
 }
 
 bool ImageScene::CreateTarget(std::string& error)
@@ -221,13 +193,6 @@ void ImageScene::DrawPass(const Cell* cell)
 bool ImageScene::Write(const std::string& path)
 {
     return m_renderer->SaveRenderTargetData(m_target, qs::Path(qs::PATH_ROOT_NONE, path.c_str()), false, false, 0, 0);
-}
-
-void ImageScene::RemoveTexture(qs::ObjectHandle& handle) const
-{
-    if (m_renderer->IsAlive(handle))
-        m_renderer->RemoveTexture(handle, true, true);
-    handle = qs::ObjectHandle::Unassigned;
 }
 
 } // namespace gleamview

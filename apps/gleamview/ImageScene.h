@@ -40,12 +40,9 @@ private:
     void FitIntoCell(Cell& cell, unsigned column, unsigned row, unsigned cellWidth, unsigned cellHeight) const;
     bool IsExactCopy(const Options& options) const;
     bool CreateTextures(std::vector<std::unique_ptr<ImageFile>>& images, std::string& error);
-    qs::ObjectHandle CreateTexture(ImageFile& image) const;
-    qs::ObjectHandle CreateMippedTexture(ImageFile& image) const;
     bool CreateTarget(std::string& error);
     bool CreateShader(const Options& options, std::string& error);
     void DrawPass(const Cell* cell);
-    void RemoveTexture(qs::ObjectHandle& handle) const;
 
     gw::Renderer* m_renderer = nullptr;
     std::vector<Cell> m_cells;

@@ -1,135 +1,42 @@
-// The application object of gleamview and the order of its job.
+// Which job it is, and the order of each.
 #include "Viewer.h"
 
 #include "ImageFile.h"
 #include "ImageScene.h"
+#include "Interrupt.h"
+#include "Library.h"
+#include "Messages.h"
+#include "SceneLoading.h"
+#include "draw/SceneFrame.h"
 
-#include <Gleamwork/App.h>
-#include <Gleamwork/GWDataLoader.h>
-#include <Gleamwork/IAPI.h>
+#include <Gleamwork/OffscreenRenderFrame.h>
 #include <Gleamwork/Renderer.h>
-#include <Gleamwork/Window.h>
 
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <qs/CommandManager.h>
 #include <qs/Path.h>
+#include <qs/Profile.h>
+#include <unistd.h>
 
 namespace gleamview {
 
 namespace {
 
-/// Stands where an editor has its main window: the viewer draws into a texture and shows nothing.
-class OffscreenWindow final : public gw::Window
+constexpr Size s_defaultSize{1280, 720};
+constexpr double s_frameTime = 1.0 / 60.0;
+constexpr int s_failed = 1;
+
+int Failed(const std::string& sentence)
 {
-public:
-    bool Open(const char*, int, int, int width, int height, int, int, int, int) override
-    {
-        SetSize(width, height);
-        return true;
-    }
-    void Close() override {}
-    void Show() override {}
-    void Hide() override {}
-    void SetTitle(const char*) override {}
-    void SetPosition(int, int) override {}
-    void GetPosition(int& x, int& y) const override { x = y = 0; }
-    void SetSize(int width, int height) override
-    {
-        m_width = width;
-        m_height = height;
-    }
-    void GetSize(int& width, int& height) const override
-    {
-        width = m_width;
-        height = m_height;
-    }
-    void SetDisplay(int) override {}
-    void SetFullscreenMode(const gw::DisplayMode&, int) override {}
-    void EnterFullscreen(int) override {}
-    void ApplyFakeFullscreenStyle() override {}
-    void LeaveFullscreen(int) override {}
-    bool IsFullscreen() const override { return false; }
-    bool IsVisible() const override { return false; }
-    bool HasFocus() const override { return false; }
-    void Focus() override {}
-    void Minimize() override {}
-    void Restore() override {}
-    void Update() override {}
-    HWND GetNativeHandle() override { return nullptr; }
-
-private:
-    int m_width = 0;
-    int m_height = 0;
-};
-
-class ViewerApp final : public IApp
-{
-public:
-    ViewerApp()
-    {
-        m_startup.keepGraphicSettings = true;
-        m_startup.window = &m_window;
-    }
-
-    gw::WindowManager* GetWindowManager(bool) override { return nullptr; }
-    AppStartupDesc* GetStartupDesc() override { return &m_startup; }
-    void NotifyWindowResize(int, int, HWND__*, bool, int, int) override {}
-    gw::Window* GetMainWindow(bool, std::uint32_t, std::uint32_t) override { return &m_window; }
-
-private:
-    AppStartupDesc m_startup;
-    OffscreenWindow m_window;
-};
-
-/// The library, started: device, renderer and the two command queues, which this one thread drains.
-class Library
-{
-public:
-    ~Library()
-    {
-        if (!m_started)
-            return;
-        Drain();
-        m_api->Exit();
-        // Stopping the renderer queues the removal of its own geometry; nothing is left to remove it from.
-        gw::DataLoader::DestroyCommandManager();
-    }
-
-    bool Start()
-    {
-        gw::DataLoader::InitImmediateCommandManager(&m_immediate);
-        gw::DataLoader::InitRelaxedCommandManager(&m_relaxed);
-        m_api.reset(api::CreateAPI(&m_app));
-        m_started = true;
-        return m_api && m_api->InitCaps() && m_api->Init();
-    }
-
-    void Drain()
-    {
-        m_immediate.ExecuteAll();
-        m_relaxed.ExecuteAll();
-    }
-
-private:
-    ViewerApp m_app;
-    qs::CommandBuffer m_immediate;
-    qs::CommandBuffer m_relaxed;
-    std::unique_ptr<api::IAPI> m_api;
-    bool m_started = false;
-};
-
-bool Fail(const std::string& what)
-{
-    std::fprintf(stderr, "gleamview: %s\n", what.c_str());
-    return false;
+    PrintError(sentence);
+    return s_failed;
 }
 
 bool LoadImages(const Options& options, std::vector<std::unique_ptr<ImageFile>>& images)
 {
-    for (const std::string& path : options.images) {
+    for (const std::string& path : options.files) {
         auto image = std::make_unique<ImageFile>();
         std::string error;
         if (!image->Load(path, error))
@@ -151,14 +58,79 @@ bool CheckPicturePath(const std::string& path)
     return Fail(path + ": unknown extension; pictures are written as png, jpg, bmp, tga or dds");
 }
 
-bool DrawAndWrite(const Options& options, std::vector<std::unique_ptr<ImageFile>>& images)
+int RunImages(const Options& options)
 {
+    std::vector<std::unique_ptr<ImageFile>> images;
+    if (!LoadImages(options, images))
+        return 1;
+    HiddenApp app;
+    Library library(app);
+    if (!library.Start())
+        return Failed("the renderer could not be started");
     ImageScene scene;
     std::string error;
     if (!scene.Create(options, images, error))
-        return Fail(error);
-    scene.Draw();
-    return scene.Write(options.out) || Fail(options.out + ": the picture could not be written");
+        return Failed(error);
+    for (unsigned i = 0; i < options.frames && !WasInterrupted(); ++i)
+        scene.Draw();
+    if (WasInterrupted())
+        return InterruptedStatus;
+    return scene.Write(options.out) ? 0 : Failed(options.out + ": the picture could not be written");
+}
+
+/// Draws the frames of a scene and writes the last one.
+int DrawScene(const Options& options, Library& library, DeviceScene& scene, const std::vector<SceneCamera>& cameras)
+{
+    gw::Renderer& renderer = *gw::details::RendererBase::GetInstance();
+    const Size size = options.size.value_or(s_defaultSize);
+    gw::RenderFrameDesc desc;
+    desc.type = gw::RenderFrameDesc::EType(2);
+    desc.width = size.width;
+    desc.height = size.height;
+    gw::OffscreenRenderFrame frame(&renderer, desc, gw::FORMAT_RGBA8, gw::FORMAT_D24S8, nullptr);
+    int status = 0;
+    {
+        SceneFrame sceneFrame(library, frame);
+        std::string error;
+        if (!sceneFrame.Create(options, scene, cameras, error))
+            return Failed(error);
+        for (unsigned i = 0; i < options.frames && !WasInterrupted(); ++i)
+            sceneFrame.Draw(options.time + i * s_frameTime, false);
+        if (WasInterrupted())
+            status = InterruptedStatus;
+        else if (!renderer.SaveRenderTargetData(frame.GetBackBuffer(),
+                                                qs::Path(qs::PATH_ROOT_NONE, options.out.c_str()), false, false, 0, 0))
+            status = Failed(options.out + ": the picture could not be written");
+    }
+    return status;
+}
+
+int RunScene(const Options& options)
+{
+    ProgressLine progress(stderr, isatty(STDERR_FILENO) != 0);
+    SceneData data;
+    const LoadingResult loaded = LoadScene(options, progress, data);
+    if (loaded != LoadingResult::Loaded)
+        return loaded == LoadingResult::Stopped ? InterruptedStatus : 1;
+    HiddenApp app;
+    Library library(app);
+    if (!library.Start())
+        return Failed("the renderer could not be started");
+    DeviceScene scene(*gw::details::RendererBase::GetInstance());
+    const std::string name = data.name;
+    const std::vector<SceneCamera> cameras = data.cameras;
+    const bool isMade = scene.Create(
+        std::move(data), [&](const char* step, float share) { progress.Show(name, step, share); },
+        [&](const std::string& sentence) {
+            progress.Clear();
+            PrintError(name + ": " + sentence);
+        });
+    progress.Clear();
+    if (!isMade)
+        return 1;
+    if (WasInterrupted())
+        return InterruptedStatus;
+    return DrawScene(options, library, scene, cameras);
 }
 
 } // namespace
@@ -168,20 +140,20 @@ int Run(const Options& options)
     const auto started = std::chrono::steady_clock::now();
     if (!CheckPicturePath(options.out))
         return 1;
-    std::vector<std::unique_ptr<ImageFile>> images;
-    if (!LoadImages(options, images))
-        return 1;
-
-    Library library;
-    if (!library.Start()) {
-        Fail("the renderer could not be started");
-        return 1;
+    if (!options.trace.empty() && !qs::Profiler::Start(options.trace.c_str()))
+        return Failed(options.trace + ": the trace could not be started");
+    WatchInterrupts();
+    const bool isScene = options.files.empty() || HasModel(options.files);
+    int status = isScene ? RunScene(options) : RunImages(options);
+    if (!options.trace.empty() && !qs::Profiler::Stop() && status == 0)
+        status = Failed(options.trace + ": the trace could not be written");
+    if (status == InterruptedStatus)
+        PrintError("stopped");
+    if (status == 0) {
+        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - started;
+        std::printf("%s: written in %.2f s\n", options.out.c_str(), seconds.count());
     }
-    if (!DrawAndWrite(options, images))
-        return 1;
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - started;
-    std::printf("%s: written in %.2f s\n", options.out.c_str(), seconds.count());
-    return 0;
+    return status;
 }
 
 } // namespace gleamview

@@ -1,6 +1,7 @@
-// gleamview: images in, one picture out, drawn by the library's own renderer.
+// gleamview: models and images in, one picture out, drawn by the library's own renderer.
 #include "Options.h"
 #include "Viewer.h"
+#include "scene/ImportProcess.h"
 
 #include <Gleamwork/GleamworkSDM.h>
 
@@ -14,6 +15,8 @@ GleamworkSDM s_gleamwork;
 
 int main(int argc, char** argv)
 {
+    if (gleamview::IsImportChild(argc, argv))
+        return gleamview::RunImportChild(argv);
     std::string error;
     const auto options = gleamview::ParseOptions({argv + 1, argv + argc}, error);
     if (!options) {

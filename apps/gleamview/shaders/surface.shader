@@ -37,8 +37,8 @@ Pixel main(Vertex vertex)
 
 [Fragment shader]
 float4 baseColor;
-float4 emissive;  // w is the alpha below which nothing is drawn
-float4 surface;   // metallic, roughness, 1 where unlit, 1 where there is a normal texture
+float4 emissive; // w is 1 where unlit
+float4 surface;  // metallic, roughness, 1 where blended, alpha below which nothing is drawn
 
 Texture2D BaseTexture;
 SamplerState BaseSampler;
@@ -83,9 +83,11 @@ float3 BendNormal(float3 normal, float3 place, float2 uv)
 float4 main(Pixel pixel) : SV_Target0
 {
     float4 base = BaseTexture.Sample(BaseSampler, pixel.uv) * baseColor * pixel.color;
-    if (base.a < emissive.w) {
+    if (base.a < surface.w) {
         discard;
     }
+    // Without blending alpha has no further say.
+    float alpha = lerp(1.0, base.a, surface.z);
     float3 toViewer = normalize(global_ViewPos.xyz - pixel.place);
     float3 face = cross(ddx(pixel.place), ddy(pixel.place));
     float faceLength = length(face);
@@ -106,9 +108,7 @@ float4 main(Pixel pixel) : SV_Target0
     s.roughness = surface.y;
     float3 glow = emissive.rgb;
 #ifdef FULL
-    if (surface.w > 0.5) {
-        normal = BendNormal(normal, pixel.place, pixel.uv);
-    }
+    normal = BendNormal(normal, pixel.place, pixel.uv);
     float4 values = SurfaceTexture.Sample(BaseSampler, pixel.uv);
     s.roughness = clamp(s.roughness * values.g, 0.05, 1.0);
     s.metallic *= values.b;
@@ -116,11 +116,11 @@ float4 main(Pixel pixel) : SV_Target0
 #endif
     s.normal = normal;
 
-    if (surface.z > 0.5) {
-        return float4((base.rgb + glow) * base.a, base.a);
+    if (emissive.w > 0.5) {
+        return float4((base.rgb + glow) * alpha, alpha);
     }
     float3 diffuse;
     float3 mirrored;
     LightSurface(s, diffuse, mirrored);
-    return float4((diffuse + glow) * base.a + mirrored, base.a);
+    return float4((diffuse + glow) * alpha + mirrored, alpha);
 }

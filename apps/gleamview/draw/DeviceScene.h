@@ -1,0 +1,97 @@
+// A scene on the device: models, textures, and the list of what is to be drawn.
+#pragma once
+
+#include "scene/SceneData.h"
+
+#include <Gleamwork/Model.h>
+#include <Gleamwork/RenderTypes.h>
+
+#include <functional>
+#include <memory>
+#include <qs/ObjectHandle.h>
+#include <string>
+#include <vector>
+
+namespace gw {
+class Renderer;
+}
+
+namespace gleamview {
+
+struct DeviceMaterial
+{
+    qs::ObjectHandle baseTexture;
+    qs::ObjectHandle normalTexture;
+    qs::ObjectHandle surfaceTexture;
+    qs::ObjectHandle emissiveTexture;
+    qs::ObjectHandle sampler;
+    Vector4f baseColor;
+    Vector4f emissive; ///< w is 1 where unlit
+    Vector4f surface;  ///< metallic, roughness, 1 where blended, alpha below which nothing is drawn
+    bool isFull = false;
+    bool isMasked = false;
+    bool isBlended = false;
+};
+
+/// One part of one instance.
+struct DrawItem
+{
+    gw::Model* model = nullptr;
+    const DeviceMaterial* material = nullptr;
+    PartKind kind = PartKind::Triangles;
+    float spin = 0.0f;
+    Matrix4x4f start; ///< at time 0
+    Matrix4x4f world;
+    qs::Bound bound; ///< in the world
+};
+
+/// Made and changed on the thread that owns the device; while a frame runs, workers read it.
+class DeviceScene
+{
+public:
+    using Progress = std::function<void(const char* step, float share)>;
+    using Report = std::function<void(const std::string& sentence)>;
+
+    explicit DeviceScene(gw::Renderer& renderer);
+    ~DeviceScene();
+    DeviceScene(const DeviceScene&) = delete;
+    DeviceScene& operator=(const DeviceScene&) = delete;
+
+    /// Makes the device's copies; the data is spent. What cannot be had is told to `report`, one sentence each, and
+    /// something else stands in for it. False when nothing can be drawn.
+    bool Create(SceneData&& data, const Progress& progress, const Report& report);
+    /// Moves what turns to a point in time, in seconds. True when anything turns.
+    bool SetTime(double time);
+
+    const std::vector<DrawItem>& GetItems() const { return m_items; }
+    const qs::Bound& GetBound() const { return m_bound; }
+    /// Corners of the bounds of what is drawn, for framing.
+    std::vector<Vector3f> GetCornerPoints() const;
+    qs::ObjectHandle GetVertexFormat() const { return m_vertexFormat; }
+    std::uint64_t GetTriangleCount() const { return m_triangleCount; }
+
+private:
+    class TextureLoader;
+
+    bool CreateModels(const SceneData& data, const Progress& progress, const Report& report);
+    bool CreateModel(const ScenePart& part, gw::Model& model);
+    void CreateMaterials(const SceneData& data, const TextureLoader& textures);
+    void CreateItems(const SceneData& data);
+    qs::ObjectHandle MakeTexel(unsigned char r, unsigned char g, unsigned char b);
+
+    gw::Renderer& m_renderer;
+    qs::ObjectHandle m_vertexFormat;
+    std::vector<std::unique_ptr<gw::Model>> m_models; ///< per part; null where the device had no room
+    std::vector<qs::ObjectHandle> m_textures;
+    std::vector<DeviceMaterial> m_materials;
+    std::vector<DrawItem> m_items;
+    qs::ObjectHandle m_white;
+    qs::ObjectHandle m_flat; ///< a normal straight up
+    qs::Bound m_bound;
+    std::uint64_t m_triangleCount = 0;
+};
+
+/// Layout of SceneVertex.
+extern const gw::FormatDesc g_sceneVertexFormat[4];
+
+} // namespace gleamview

@@ -1,0 +1,61 @@
+// What views and stages share during a frame, all of it read-only then.
+#pragma once
+
+#include "draw/DeviceScene.h"
+#include "draw/Light.h"
+#include "draw/Shaders.h"
+
+#include <Gleamwork/FullScreen.h>
+#include <Gleamwork/IAppStage.h>
+
+#include <qs/FixedString.h>
+
+namespace gleamview {
+
+/// The stages of a view, in running order.
+enum StageType : std::uint8_t
+{
+    StageShadow,
+    StageScene,
+    StageDevelop,
+    StageOverlay,
+};
+
+inline gw::AppStageType ToType(StageType type)
+{
+    return static_cast<gw::AppStageType>(type);
+}
+
+/// Names of shader constants and textures, and of shared targets, interned once.
+struct Names
+{
+    Names();
+
+    qs::FixedString world, baseColor, emissive, surface, cutoff, ground;
+    qs::FixedString lightViewProjection, lightDirection, lightColor;
+    qs::FixedString baseTexture, normalTexture, surfaceTexture, emissiveTexture, baseSampler;
+    qs::FixedString shadowMapTexture, shadowSampler, sceneColorTexture;
+    qs::FixedString shadowMap, sceneColor, sceneDepth; ///< targets
+};
+
+/// What the keys change.
+struct DrawSwitches
+{
+    bool wireframe = false;
+    bool bounds = false;
+    bool ground = true;
+};
+
+struct SceneContext
+{
+    gw::Renderer* renderer = nullptr;
+    const DeviceScene* scene = nullptr;
+    Shaders* shaders = nullptr;
+    Names names;
+    Light light;
+    DrawSwitches switches;
+    gw::FullScreenQuad quad;
+    unsigned recorders = 1; ///< command buffers side by side
+};
+
+} // namespace gleamview

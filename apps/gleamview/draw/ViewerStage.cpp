@@ -1,0 +1,75 @@
+// Hand-over of recordings and what all draws share.
+#include "draw/ViewerStage.h"
+
+#include <Gleamwork/GWDataLoader.h>
+#include <Gleamwork/Renderer.h>
+
+#include <qs/Profile.h>
+
+namespace gleamview {
+
+Names::Names()
+{
+    struct Row
+    {
+        qs::FixedString& name;
+        const char* text;
+    };
+    const Row rows[] = {
+        {world, "world"},
+        {baseColor, "baseColor"},
+        {emissive, "emissive"},
+        {surface, "surface"},
+        {cutoff, "cutoff"},
+        {ground, "ground"},
+        {lightViewProjection, "lightViewProjection"},
+        {lightDirection, "lightDirection"},
+        {lightColor, "lightColor"},
+        {baseTexture, "BaseTexture"},
+        {normalTexture, "NormalTexture"},
+        {surfaceTexture, "SurfaceTexture"},
+        {emissiveTexture, "EmissiveTexture"},
+        {baseSampler, "BaseSampler"},
+        {shadowMapTexture, "ShadowMap"},
+        {shadowSampler, "ShadowSampler"},
+        {sceneColorTexture, "SceneColor"},
+        {shadowMap, "gleamview shadow map"},
+        {sceneColor, "gleamview scene color"},
+        {sceneDepth, "gleamview scene depth"},
+    };
+    for (const Row& row : rows) {
+        row.name = qs::FixedString::Create(row.text, -1);
+    }
+}
+
+ViewerStage::ViewerStage(StageType type, const SceneContext& context, std::size_t recordings)
+    : m_context(context), m_type(type)
+{
+    for (std::size_t i = 0; i < recordings; ++i) {
+        m_recordings.push_back(std::make_unique<gw::RendererCommandBuffer>());
+    }
+}
+
+void ViewerStage::FinishAndExecute(const gw::RenderView* const)
+{
+    for (const auto& recording : m_recordings) {
+        gw::DataLoader::InvokeExecuteRCB(recording.get());
+    }
+}
+
+gw::PrepareDrawData MakeDraw(const SceneContext& context, const DrawItem& item, qs::ObjectHandle shader)
+{
+    using gw::details::RendererBase;
+    gw::PrepareDrawData data;
+    data.shader = shader;
+    data.depthState = RendererBase::DS(gw::DS_READ_WRITE);
+    data.rasterizerState = RendererBase::RS(gw::RS_SOLID);
+    data.blendState = RendererBase::BS(gw::BS_OPAQUE);
+    data.vertexFormat = context.scene->GetVertexFormat();
+    data.vertexBuffers[0] = item.model->GetVertexBuffer();
+    data.indexBuffer = item.model->GetIndexBuffer();
+    data.topology = item.model->GetTopology();
+    return data;
+}
+
+} // namespace gleamview

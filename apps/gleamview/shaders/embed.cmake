@@ -1,0 +1,10 @@
+# Writes a source file with the texts of shader files: cmake -DOUT=FILE -DFILES=A;B -P embed.cmake
+set(text "// Made from the files in the folder shaders.\n#include \"draw/Shaders.h\"\n\n")
+string(APPEND text "namespace gleamview {\n\nstd::string_view GetShaderText(std::string_view name)\n{\n")
+foreach(file ${FILES})
+  get_filename_component(name ${file} NAME)
+  file(READ ${file} content)
+  string(APPEND text "    if (name == \"${name}\") {\n        return R\"shader(${content})shader\";\n    }\n")
+endforeach()
+string(APPEND text "    return {};\n}\n\n} // namespace gleamview\n")
+file(WRITE ${OUT} "${text}")
