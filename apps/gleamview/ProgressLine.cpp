@@ -37,9 +37,9 @@ void ProgressLine::Show(const std::string& what, const std::string& step, float 
         return;
     }
     const int filled = percent * s_barWidth / 100;
-    std::string line = "[" + std::string(static_cast<std::size_t>(filled), '#') +
-                       std::string(static_cast<std::size_t>(s_barWidth - filled), '.') + "] " +
-                       std::to_string(percent) + "% " + step + " " + what;
+    std::string line(1, '[');
+    line.append(static_cast<std::size_t>(filled), '#').append(static_cast<std::size_t>(s_barWidth - filled), '.');
+    line.append("] ").append(std::to_string(percent)).append("% ").append(step).append(" ").append(what);
     line.resize(std::min<std::size_t>(line.size(), 79)); // what wraps cannot be written over
     const std::size_t blanks = m_shown > line.size() ? m_shown - line.size() : 0;
     std::fprintf(m_stream, "\r%s%s", line.c_str(), std::string(blanks, ' ').c_str());

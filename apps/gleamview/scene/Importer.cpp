@@ -116,6 +116,9 @@ void WriteInstances(const std::vector<PlacedNode>& nodes, const std::vector<Impo
     for (const PlacedNode& placed : nodes) {
         for (unsigned i = 0; i < placed.node->mNumMeshes; ++i) {
             const unsigned index = placed.node->mMeshes[i];
+            if (index >= meshes.size()) {
+                continue;
+            }
             const ImportedMesh& mesh = meshes[index];
             // A skinned mesh stands in the world already, once.
             if (mesh.partCount == 0 || (mesh.isSkinned && isPlaced[index])) {
@@ -163,15 +166,39 @@ void WriteCameras(const aiScene& scene, const std::vector<PlacedNode>& nodes, co
     }
 }
 
+/// Clouds of points arrive without faces, which the later steps take for damage.
+void AddPoints(aiScene& scene)
+{
+    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+        aiMesh& mesh = *scene.mMeshes[i];
+        if (mesh.mNumFaces > 0 || mesh.mNumVertices == 0) {
+            continue;
+        }
+        mesh.mPrimitiveTypes = aiPrimitiveType_POINT;
+        mesh.mFaces = new aiFace[mesh.mNumVertices];
+        mesh.mNumFaces = mesh.mNumVertices;
+        for (unsigned v = 0; v < mesh.mNumVertices; ++v) {
+            mesh.mFaces[v].mNumIndices = 1;
+            mesh.mFaces[v].mIndices = new unsigned[1]{v};
+        }
+    }
+}
+
 std::unique_ptr<aiScene> ReadFile(const std::string& path, const ImportProgress& progress, std::string& error)
 {
     Assimp::Importer importer;
     importer.SetProgressHandler(new ProgressForwarder(progress)); // owned by the importer from here on
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    if (!importer.ReadFile(path, 0)) {
+        error = path + ": " + importer.GetErrorString();
+        return nullptr;
+    }
+    // The scene is this function's to change until the steps begin.
+    AddPoints(const_cast<aiScene&>(*importer.GetScene()));
     const unsigned steps = aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_ConvertToLeftHanded |
                            aiProcess_GenUVCoords | aiProcess_TransformUVCoords | aiProcess_FindInvalidData |
                            aiProcess_ValidateDataStructure;
-    if (!importer.ReadFile(path, steps)) {
+    if (!importer.ApplyPostProcessing(steps)) {
         error = path + ": " + importer.GetErrorString();
         return nullptr;
     }

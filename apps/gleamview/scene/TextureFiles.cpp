@@ -48,6 +48,21 @@ bool IsFile(const fs::path& path)
     return !path.empty() && fs::is_regular_file(path, code);
 }
 
+/// Old formats cut names short, and textures are converted without the model being told: any image of the same name.
+std::string FindByStem(const fs::path& folder, const std::string& stem)
+{
+    for (const char* place : {"", "textures", "../textures"}) {
+        const fs::path where = Follow(folder, place);
+        for (const char* extension : {".png", ".jpg", ".jpeg", ".tga", ".dds", ".bmp"}) {
+            const fs::path found = where.empty() ? fs::path() : Follow(where, stem + extension);
+            if (IsFile(found)) {
+                return found.string();
+            }
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::string FindTextureFile(const std::string& modelFolder, const std::string& path)
@@ -63,15 +78,16 @@ std::string FindTextureFile(const std::string& modelFolder, const std::string& p
         return named.string();
     }
     const fs::path beside = named.filename();
-    for (const fs::path& candidate :
-         {named.relative_path(), beside, "textures" / beside, "images" / beside, "maps" / beside,
-          fs::path("../textures") / beside, fs::path("../images") / beside}) {
-        const fs::path found = Follow(folder, candidate);
-        if (IsFile(found)) {
-            return found.string();
+    for (const char* place : {"", "textures", "images", "maps", "../textures", "../images"}) {
+        const fs::path where = Follow(folder, place);
+        for (const fs::path& candidate : {*place ? beside : named.relative_path(), beside}) {
+            const fs::path found = where.empty() ? fs::path() : Follow(where, candidate);
+            if (IsFile(found)) {
+                return found.string();
+            }
         }
     }
-    return {};
+    return FindByStem(folder, beside.stem().string());
 }
 
 } // namespace gleamview
