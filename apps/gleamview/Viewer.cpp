@@ -84,7 +84,7 @@ int DrawScene(const Options& options, Library& library, DeviceScene& scene, cons
     gw::Renderer& renderer = *gw::details::RendererBase::GetInstance();
     const Size size = options.size.value_or(s_defaultSize);
     gw::RenderFrameDesc desc;
-    desc.type = gw::RenderFrameDesc::EType(2);
+    desc.type = gw::RenderFrameDesc::eType_Offscreen;
     desc.width = size.width;
     desc.height = size.height;
     gw::OffscreenRenderFrame frame(&renderer, desc, gw::FORMAT_RGBA8, gw::FORMAT_D24S8, nullptr);

@@ -1,91 +1,9 @@
-// gleamview as a process: pictures in, pictures out, exit statuses and messages. The validation layer is on, and what
-// it says fails the test.
-#include <DirectXTex.h>
-#include <wincodec.h>
+// gleamview with images: pictures in, pictures out, exit statuses and messages.
+#include "GleamviewFixture.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <random>
-#include <sstream>
-#include <stb/stb_image.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-namespace fs = std::filesystem;
 
 namespace {
-
-struct Outcome
-{
-    int status = -1;
-    std::string errors;
-};
-
-struct Picture
-{
-    int width = 0, height = 0;
-    std::vector<std::uint8_t> rgba;
-    const std::uint8_t* At(int x, int y) const { return &rgba[static_cast<std::size_t>(y * width + x) * 4]; }
-};
-
-class Gleamview : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        m_folder = fs::temp_directory_path() / ("gleamview-test-" + std::to_string(getpid()));
-        fs::create_directories(m_folder);
-    }
-    void TearDown() override { fs::remove_all(m_folder); }
-
-    std::string File(const std::string& name) const { return (m_folder / name).string(); }
-
-    Outcome Run(const std::string& arguments) const
-    {
-        const std::string command = std::string(GLEAMVIEW) + " " + arguments + " >/dev/null 2>" + File("errors.txt");
-        const int result = std::system(command.c_str());
-        std::ostringstream text;
-        text << std::ifstream(File("errors.txt")).rdbuf();
-        EXPECT_EQ(text.str().find("VUID"), std::string::npos) << text.str();
-        return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, text.str()};
-    }
-
-    std::string WriteImage(const std::string& name, std::size_t width, std::size_t height, DXGI_FORMAT format,
-                           std::vector<std::uint8_t>* bytes = nullptr) const
-    {
-        DirectX::ScratchImage image;
-        image.Initialize({width, height, 1, 1, 1, 0, 0, format, DirectX::TEX_DIMENSION_TEXTURE2D});
-        std::mt19937 random(7);
-        for (std::size_t i = 0; i < image.GetPixelsSize(); ++i)
-            image.GetPixels()[i] = static_cast<std::uint8_t>(random());
-        if (bytes)
-            bytes->assign(image.GetPixels(), image.GetPixels() + image.GetPixelsSize());
-        const std::string file = File(name);
-        EXPECT_EQ(DirectX::SaveToWICFile(*image.GetImage(0, 0, 0), DirectX::WIC_FLAGS_NONE, GUID_ContainerFormatPng,
-                                         std::wstring(file.begin(), file.end()).c_str()),
-                  S_OK);
-        return file;
-    }
-
-    void WriteText(const std::string& name, const std::string& text) const { std::ofstream(File(name)) << text; }
-
-    Picture Read(const std::string& name) const
-    {
-        Picture picture;
-        int channels = 0;
-        stbi_uc* texels = stbi_load(File(name).c_str(), &picture.width, &picture.height, &channels, 4);
-        EXPECT_NE(texels, nullptr) << name;
-        if (texels)
-            picture.rgba.assign(texels, texels + picture.width * picture.height * 4);
-        stbi_image_free(texels);
-        return picture;
-    }
-
-    fs::path m_folder;
-};
 
 TEST_F(Gleamview, APictureAtItsOwnSizeKeepsEveryPixel)
 {
@@ -160,7 +78,7 @@ TEST_F(Gleamview, FailedJobsNameTheFileAndWrongUsageIsTold)
         std::vector<std::string> said;
     };
     const Case cases[] = {
-        {"", 2, {"no image given"}},
+        {"--shader x.shader", 2, {"no image given"}},
         {"--nonsense", 2, {"--nonsense"}},
         {File("missing.png"), 1, {"missing.png"}},
         {m_folder.string(), 1, {m_folder.string()}},

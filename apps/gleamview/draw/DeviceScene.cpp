@@ -77,12 +77,14 @@ bool DeviceScene::Create(SceneData&& data, const Progress& progress, const Repor
 bool DeviceScene::CreateModels(const SceneData& data, const Progress& progress, const Report& report)
 {
     m_models.resize(data.parts.size());
+    m_outlines.resize(data.parts.size());
     std::size_t failed = 0;
     for (std::size_t i = 0; i < data.parts.size(); ++i) {
         progress("uploading", static_cast<float>(i) / static_cast<float>(data.parts.size()));
         auto model = std::make_unique<gw::Model>(qs::FixedString::Create(data.name.c_str(), -1));
         if (CreateModel(data.parts[i], *model)) {
             m_models[i] = std::move(model);
+            m_outlines[i] = FindOutline(data.parts[i]);
         } else {
             model->RemoveRenderData();
             ++failed;
@@ -150,7 +152,7 @@ void DeviceScene::CreateItems(const SceneData& data)
             const ScenePart& part = data.parts[number];
             if (m_models[number]) {
                 m_items.push_back({m_models[number].get(), &m_materials[part.material], part.kind, instance.spin,
-                                   instance.world, instance.world, TransformBound(part.bound, instance.world)});
+                                   &m_outlines[number], instance.world, instance.world, TransformBound(part.bound, instance.world)});
             }
         }
     }
@@ -173,15 +175,12 @@ bool DeviceScene::SetTime(double time)
     return turns;
 }
 
-std::vector<Vector3f> DeviceScene::GetCornerPoints() const
+std::vector<Vector3f> DeviceScene::GetOutline() const
 {
     std::vector<Vector3f> points;
-    points.reserve(m_items.size() * 8);
     for (const DrawItem& item : m_items) {
-        // The corners of the box in its own space lie nearer to the model than those of the box around it.
-        for (const Vector3f& corner : GetCorners(item.model->GetBound())) {
-            points.push_back(item.start.TransformPoint(corner));
-        }
+        std::transform(item.outline->begin(), item.outline->end(), std::back_inserter(points),
+                       [&](const Vector3f& point) { return item.start.TransformPoint(point); });
     }
     return points;
 }

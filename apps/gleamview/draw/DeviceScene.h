@@ -40,7 +40,8 @@ struct DrawItem
     const DeviceMaterial* material = nullptr;
     PartKind kind = PartKind::Triangles;
     float spin = 0.0f;
-    Matrix4x4f start; ///< at time 0
+    const std::vector<Vector3f>* outline = nullptr; ///< of the part, in its own space
+    Matrix4x4f start;                               ///< at time 0
     Matrix4x4f world;
     qs::Bound bound; ///< in the world
 };
@@ -65,8 +66,8 @@ public:
 
     const std::vector<DrawItem>& GetItems() const { return m_items; }
     const qs::Bound& GetBound() const { return m_bound; }
-    /// Corners of the bounds of what is drawn, for framing.
-    std::vector<Vector3f> GetCornerPoints() const;
+    /// Outermost points of what is drawn, for framing.
+    std::vector<Vector3f> GetOutline() const;
     qs::ObjectHandle GetVertexFormat() const { return m_vertexFormat; }
     std::uint64_t GetTriangleCount() const { return m_triangleCount; }
 
@@ -82,6 +83,7 @@ private:
     gw::Renderer& m_renderer;
     qs::ObjectHandle m_vertexFormat;
     std::vector<std::unique_ptr<gw::Model>> m_models; ///< per part; null where the device had no room
+    std::vector<std::vector<Vector3f>> m_outlines;    ///< per part
     std::vector<qs::ObjectHandle> m_textures;
     std::vector<DeviceMaterial> m_materials;
     std::vector<DrawItem> m_items;

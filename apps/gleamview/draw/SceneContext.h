@@ -6,7 +6,7 @@
 #include "draw/Shaders.h"
 
 #include <Gleamwork/FullScreen.h>
-#include <Gleamwork/IAppStage.h>
+#include <Gleamwork/AppStage.h>
 
 #include <qs/FixedString.h>
 

@@ -83,7 +83,7 @@ bool SceneFrame::CreateViews(const Options& options)
         m_views.push_back(std::make_unique<ViewerView>(&m_frame, right, m_context, false));
     }
     for (const std::unique_ptr<ViewerView>& view : m_views) {
-        m_frame.RegisterRenderView(view.get(), gw::RenderFrame::ERenderViewInsert(1));
+        m_frame.RegisterRenderView(view.get(), gw::RenderFrame::eRenderViewInsert_Back);
     }
     return true;
 }
@@ -121,7 +121,7 @@ qs::FixedString SceneFrame::Register(gw::CameraController* camera, const std::st
 
 void SceneFrame::CreateCameras(const Options& options, const std::vector<SceneCamera>& cameras)
 {
-    const std::vector<Vector3f> points = m_scene->GetCornerPoints();
+    const std::vector<Vector3f> points = m_scene->GetOutline();
     for (std::size_t i = 0; i < m_views.size(); ++i) {
         auto* camera = new OrbitCamera;
         const qs::FixedString id = Register(camera, "orbit");

@@ -6,7 +6,7 @@
 #include <Gleamwork/CameraController.h>
 #include <Gleamwork/Renderer.h>
 #include <Gleamwork/RenderFrame.h>
-#include <Gleamwork/RenderViewBatchContainer.h>
+#include <Gleamwork/RenderViewBatches.h>
 #include <Gleamwork/StageGroup.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace gleamview {
 
 namespace {
 
-constexpr float s_keyLight[3] = {2.3f, 2.2f, 2.05f};
+constexpr float s_keyLight[3] = {1.75f, 1.68f, 1.56f};
 
 } // namespace
 

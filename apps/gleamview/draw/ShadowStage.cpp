@@ -4,7 +4,7 @@
 #include "draw/ViewerView.h"
 
 #include <Gleamwork/Renderer.h>
-#include <Gleamwork/RenderViewBatchContainer.h>
+#include <Gleamwork/RenderViewBatches.h>
 #include <Gleamwork/StageGroup.h>
 
 #include <qs/Profile.h>

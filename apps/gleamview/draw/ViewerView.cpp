@@ -4,7 +4,7 @@
 #include "draw/ViewerStage.h"
 
 #include <Gleamwork/CameraController.h>
-#include <Gleamwork/RenderViewBatchContainer.h>
+#include <Gleamwork/RenderViewBatches.h>
 #include <Gleamwork/StageGroup.h>
 
 #include <algorithm>
@@ -61,6 +61,18 @@ void ViewerView::StartCollecting()
 void ViewerView::DoWhileCollecting()
 {
     GetStageGroup()->DoWhileCollecting(this);
+}
+
+void ViewerView::CancelCollecting()
+{
+    GetStageGroup()->Cancel();
+}
+
+void ViewerView::RefreshStages()
+{
+    for (ViewerStage* stage : m_stages) {
+        stage->Refresh();
+    }
 }
 
 void ViewerView::OnStateChanged()

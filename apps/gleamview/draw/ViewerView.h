@@ -32,6 +32,9 @@ public:
     void StartCollecting() override;
     void StartBatches() override;
     void DoWhileCollecting() override;
+    /// Drops what the stages collected.
+    void CancelCollecting() override;
+    void RefreshStages() override;
     void FinishAndExecute() override;
     void OnStateChanged() override;
     void Update(const qs::GameTime& time) override;

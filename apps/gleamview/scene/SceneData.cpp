@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace gleamview {
 
@@ -48,6 +49,30 @@ qs::Bound TransformBound(const qs::Bound& bound, const Matrix4x4f& matrix)
         Include(result, matrix.TransformPoint(corner));
     }
     return result;
+}
+
+std::vector<Vector3f> FindOutline(const ScenePart& part)
+{
+    std::vector<Vector3f> points;
+    for (int x = -1; x <= 1; ++x) {
+        for (int y = -1; y <= 1; ++y) {
+            for (int z = -1; z <= 1; ++z) {
+                const Vector3f direction(static_cast<float>(x), static_cast<float>(y), static_cast<float>(z));
+                float farthest = -std::numeric_limits<float>::infinity();
+                Vector3f found;
+                for (std::uint32_t i = 0; i < part.vertexCount; ++i) {
+                    const float* p = part.vertices[i].position;
+                    const Vector3f point(p[0], p[1], p[2]);
+                    if (point.Dot(direction) > farthest) {
+                        farthest = point.Dot(direction);
+                        found = point;
+                    }
+                }
+                points.push_back(found);
+            }
+        }
+    }
+    return points;
 }
 
 SceneVertex MakeVertex(const Vector3f& position, const Vector3f& normal, const Vector2f& uv,

@@ -125,6 +125,8 @@ struct SceneData
 
 /// The bound of a bound's eight corners behind a matrix.
 qs::Bound TransformBound(const qs::Bound& bound, const Matrix4x4f& matrix);
+/// The outermost vertices of a part in 26 directions: as good as the part for framing.
+std::vector<Vector3f> FindOutline(const ScenePart& part);
 std::array<Vector3f, 8> GetCorners(const qs::Bound& bound);
 
 /// Vertex fields from plain values.

@@ -87,7 +87,7 @@ void LightSurface(Surface surface, out float3 diffuse, out float3 mirrored)
     float nl = saturate(dot(surface.normal, toLight));
     float nv = saturate(dot(surface.normal, surface.toViewer));
 
-    float3 ambient = StudioLight(surface.normal.y) * 0.55;
+    float3 ambient = StudioLight(surface.normal.y) * 0.48;
     diffuse = albedo * (key * nl + fill * saturate(dot(surface.normal, toFill)) + ambient);
 
     float3 fresnel = specular + (1.0 - specular) * pow(1.0 - saturate(dot(surface.toViewer,
