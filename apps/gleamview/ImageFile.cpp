@@ -111,8 +111,8 @@ bool ImageFile::LoadBytes(const std::string& name, std::span<const std::uint8_t>
     gw::Image header;
     gw::ImageLoadParams headerParams;
     headerParams.flags = gw::IMAGE_LOAD_HEADER_ONLY;
-    const bool isCmyk = type == gw::IMAGE_FILE_JPEG && header.Load(type, view, headerParams) &&
-                        header.GetFormat() == gw::FORMAT_RGBA8;
+    const bool isCmyk =
+        type == gw::IMAGE_FILE_JPEG && header.Load(type, view, headerParams) && header.GetFormat() == gw::FORMAT_RGBA8;
     if (type == gw::IMAGE_FILE_UNKNOWN || !m_image.Load(type, view, params)) {
         error = name + ": not an image that can be read, or damaged";
         return false;

@@ -119,8 +119,8 @@ bool ImageScene::IsExactCopy(const Options& options) const
 bool ImageScene::CreateTextures(std::vector<std::unique_ptr<ImageFile>>& images, std::string& error)
 {
     for (std::size_t i = 0; i < images.size(); ++i) {
-        m_cells[i].texture = m_exact ? UploadTexture(View(*images[i]), false)
-                                      : UploadMippedTexture(*m_renderer, View(*images[i]), true);
+        m_cells[i].texture =
+            m_exact ? UploadTexture(View(*images[i]), false) : UploadMippedTexture(*m_renderer, View(*images[i]), true);
         if (m_renderer->GetTextureSize(m_cells[i].texture) == 0) {
             error = "image " + std::to_string(i + 1) + ": the device has no room for its " +
                     std::to_string(images[i]->GetWidth()) + " by " + std::to_string(images[i]->GetHeight()) + " pixels";

@@ -127,8 +127,7 @@ const Entry* Find(const Entry (&table)[Count], const std::string& name)
 }
 
 /// Handles the option at `position` and moves it to the option's last argument.
-bool ParseOption(Options& options, const std::vector<std::string>& arguments, std::size_t& position,
-                 std::string& error)
+bool ParseOption(Options& options, const std::vector<std::string>& arguments, std::size_t& position, std::string& error)
 {
     const std::string& name = arguments[position];
     if (const Switch* entry = Find(s_switches, name)) {

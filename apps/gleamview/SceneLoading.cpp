@@ -92,9 +92,9 @@ void StandInRow(std::vector<SceneData>& scenes, SceneData& row)
         const Vector3f size = bound.maximum - bound.minimum;
         const float scale = 1.0f / std::max({size.x, size.y, size.z, 1e-12f});
         const Vector3f centre = bound.GetCenter();
-        row.Append(std::move(scene), MakePlacement({x - bound.minimum.x * scale, -bound.minimum.y * scale,
-                                                    -centre.z * scale},
-                                                   {scale, scale, scale}));
+        row.Append(std::move(scene),
+                   MakePlacement({x - bound.minimum.x * scale, -bound.minimum.y * scale, -centre.z * scale},
+                                 {scale, scale, scale}));
         x += size.x * scale + gap;
     }
 }

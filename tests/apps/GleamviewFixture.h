@@ -1,5 +1,5 @@
-// gleamview as a process: a folder for its files, what it said, and the pictures it wrote. The validation layer is on, and
-// what it says fails the test.
+// gleamview as a process: a folder for its files, what it said, and the pictures it wrote. The validation layer is on,
+// and what it says fails the test.
 #pragma once
 
 #include <DirectXTex.h>

@@ -101,11 +101,10 @@ bool DeviceScene::CreateModel(const ScenePart& part, gw::Model& model)
 {
     model.SetTopology(GetTopology(part.kind));
     model.SetBound(part.bound);
-    const VertexBufferID vertices =
-        model.SetVertices(part.vertexCount, part.vertices, g_sceneVertexFormat, std::size(g_sceneVertexFormat),
-                          gw::eResourceUsage_Immutable);
-    const IndexBufferID indices = model.SetIndices(part.indexCount, sizeof(std::uint16_t), part.indices,
-                                                   gw::eResourceUsage_Immutable);
+    const VertexBufferID vertices = model.SetVertices(part.vertexCount, part.vertices, g_sceneVertexFormat,
+                                                      std::size(g_sceneVertexFormat), gw::eResourceUsage_Immutable);
+    const IndexBufferID indices =
+        model.SetIndices(part.indexCount, sizeof(std::uint16_t), part.indices, gw::eResourceUsage_Immutable);
     return m_renderer.IsVertexBufferAlive(vertices) && m_renderer.IsIndexBufferAlive(indices);
 }
 
@@ -152,7 +151,8 @@ void DeviceScene::CreateItems(const SceneData& data)
             const ScenePart& part = data.parts[number];
             if (m_models[number]) {
                 m_items.push_back({m_models[number].get(), &m_materials[part.material], part.kind, instance.spin,
-                                   &m_outlines[number], instance.world, instance.world, TransformBound(part.bound, instance.world)});
+                                   &m_outlines[number], instance.world, instance.world,
+                                   TransformBound(part.bound, instance.world)});
             }
         }
     }

@@ -5,8 +5,8 @@
 #include "draw/Light.h"
 #include "draw/Shaders.h"
 
-#include <Gleamwork/FullScreen.h>
 #include <Gleamwork/AppStage.h>
+#include <Gleamwork/FullScreen.h>
 
 #include <qs/FixedString.h>
 

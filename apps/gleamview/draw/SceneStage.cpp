@@ -4,9 +4,9 @@
 #include "draw/ViewerView.h"
 
 #include <Gleamwork/CameraController.h>
-#include <Gleamwork/Renderer.h>
 #include <Gleamwork/RenderFrame.h>
 #include <Gleamwork/RenderViewBatches.h>
+#include <Gleamwork/Renderer.h>
 #include <Gleamwork/StageGroup.h>
 
 #include <algorithm>
@@ -99,8 +99,7 @@ void SceneStage::RecordLight(gw::RendererCommandBuffer& commands, qs::ObjectHand
     commands.SetShaderConstant4x4f(names.lightViewProjection, light.viewProjection);
     commands.SetShaderConstant4f(names.lightDirection,
                                  {light.direction.x, light.direction.y, light.direction.z, light.texelSize});
-    commands.SetShaderConstant4f(names.lightColor,
-                                 {s_keyLight[0], s_keyLight[1], s_keyLight[2], 1.0f / ShadowMapSize});
+    commands.SetShaderConstant4f(names.lightColor, {s_keyLight[0], s_keyLight[1], s_keyLight[2], 1.0f / ShadowMapSize});
 }
 
 /// Constants stay with their shader, so what is the same for all draws of the view is recorded here, once.
@@ -111,8 +110,8 @@ void SceneStage::RecordBeginning(const ViewerView& view)
     const gw::CameraController& camera = *view.GetCameraController();
     ChangeRenderTargets(commands, &view, m_color, 1, *m_depth, false, -1, 1.0f);
     commands.ClearDepthStencil(*m_depth, -1, gw::eDepthStencilClearMode_Depth, 1.0f, 0);
-    commands.SetRenderProperties(camera.GetViewMatrix(), camera.GetProjectionMatrix(), camera.GetWorldTranslate(),
-                                 0.0f, 0.0f);
+    commands.SetRenderProperties(camera.GetViewMatrix(), camera.GetProjectionMatrix(), camera.GetWorldTranslate(), 0.0f,
+                                 0.0f);
     commands.UpdateGlobalConstants();
     const Shaders& shaders = *m_context.shaders;
     for (const qs::ObjectHandle& shader : {shaders.surface, shaders.surfaceFull, shaders.ground}) {

@@ -39,10 +39,10 @@ qs::ObjectHandle Shaders::Add(const char* file, const char* define, const char* 
     gw::ShaderDefine defines(1);
     defines.names[0] = define;
     defines.definitions[0] = value;
-    const qs::ObjectHandle shader = m_renderer.AddShader(
-        gw::ShaderData(vertexText.data(), vertexText.size()), geometry,
-        gw::ShaderData(fragmentText.data(), fragmentText.size()), compute, qs::FixedString::Empty,
-        qs::FixedString::Empty, true, &defines, nullptr, 0);
+    const qs::ObjectHandle shader =
+        m_renderer.AddShader(gw::ShaderData(vertexText.data(), vertexText.size()), geometry,
+                             gw::ShaderData(fragmentText.data(), fragmentText.size()), compute, qs::FixedString::Empty,
+                             qs::FixedString::Empty, true, &defines, nullptr, 0);
     if (shader.IsValid()) {
         m_renderer.CreateShader(shader);
         m_all.push_back(shader);
@@ -59,9 +59,9 @@ bool Shaders::Create(std::string& error)
         const char* define;
     };
     const Row rows[] = {
-        {surface, "surface.shader", "PLAIN"},  {surfaceFull, "surface.shader", "FULL"},
-        {shadow, "shadow.shader", "PLAIN"},    {shadowMasked, "shadow.shader", "MASKED"},
-        {ground, "ground.shader", "PLAIN"},    {backdrop, "backdrop.shader", "PLAIN"},
+        {surface, "surface.shader", "PLAIN"}, {surfaceFull, "surface.shader", "FULL"},
+        {shadow, "shadow.shader", "PLAIN"},   {shadowMasked, "shadow.shader", "MASKED"},
+        {ground, "ground.shader", "PLAIN"},   {backdrop, "backdrop.shader", "PLAIN"},
     };
     for (const Row& row : rows) {
         row.handle = Add(row.file, row.define, "1");

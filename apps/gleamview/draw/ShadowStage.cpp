@@ -3,8 +3,8 @@
 
 #include "draw/ViewerView.h"
 
-#include <Gleamwork/Renderer.h>
 #include <Gleamwork/RenderViewBatches.h>
+#include <Gleamwork/Renderer.h>
 #include <Gleamwork/StageGroup.h>
 
 #include <qs/Profile.h>
@@ -24,8 +24,8 @@ ShadowStage::~ShadowStage()
 bool ShadowStage::Load(gw::StageGroup* group)
 {
     ViewerStage::Load(group);
-    m_map = group->AddDepthRenderTarget(m_context.names.shadowMap, gw::FORMAT_D32F, ShadowMapSize, ShadowMapSize,
-                                        false, 1);
+    m_map =
+        group->AddDepthRenderTarget(m_context.names.shadowMap, gw::FORMAT_D32F, ShadowMapSize, ShadowMapSize, false, 1);
     return m_map != nullptr;
 }
 

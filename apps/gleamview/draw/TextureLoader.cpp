@@ -73,8 +73,8 @@ void DeviceScene::TextureLoader::Load(std::vector<SceneTexture>& sources, const 
     m_handles.resize(sources.size());
     m_hasHoles.resize(sources.size());
     qs::WorkerThreadScheduler& scheduler = *gCore.workerThreadScheduler;
-    qs::WorkerThreadBatch* batch = scheduler.RegisterNewBatch(
-        {"TextureBatch", qs::WORKER_BATCH_PRIORITY_NORMAL, qs::WORKER_BATCH_HELPABLE, -1});
+    qs::WorkerThreadBatch* batch =
+        scheduler.RegisterNewBatch({"TextureBatch", qs::WORKER_BATCH_PRIORITY_NORMAL, qs::WORKER_BATCH_HELPABLE, -1});
     for (std::size_t first = 0; first < sources.size(); first += s_groupSize) {
         progress("loading textures", static_cast<float>(first) / static_cast<float>(sources.size()));
         const std::size_t count = std::min(s_groupSize, sources.size() - first);
@@ -115,8 +115,8 @@ qs::ObjectHandle DeviceScene::TextureLoader::GetStandIn()
 {
     if (!m_standIn.IsValid()) {
         SceneTexture picture = MakeStandIn();
-        m_standIn = UploadMippedTexture(
-            m_renderer, {picture.bytes.data(), gw::FORMAT_RGBA8, picture.width, picture.height}, true);
+        m_standIn = UploadMippedTexture(m_renderer,
+                                        {picture.bytes.data(), gw::FORMAT_RGBA8, picture.width, picture.height}, true);
         m_owned.push_back(m_standIn);
     }
     return m_standIn;

@@ -117,12 +117,10 @@ std::uint32_t MaterialImporter::FindTexture(const aiMaterial& source, std::initi
 
 void MaterialImporter::ReadTextures(const aiMaterial& source, SceneMaterial& material, unsigned& uvSet)
 {
-    material.baseTexture =
-        FindTexture(source, {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE, aiTextureType_AMBIENT}, true, &uvSet,
-                    &material.wrap);
+    material.baseTexture = FindTexture(source, {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE, aiTextureType_AMBIENT},
+                                       true, &uvSet, &material.wrap);
     material.normalTexture = FindTexture(source, {aiTextureType_NORMALS, aiTextureType_NORMAL_CAMERA}, false);
-    material.emissiveTexture =
-        FindTexture(source, {aiTextureType_EMISSION_COLOR, aiTextureType_EMISSIVE}, true);
+    material.emissiveTexture = FindTexture(source, {aiTextureType_EMISSION_COLOR, aiTextureType_EMISSIVE}, true);
     // One picture holds both values only where the format says so.
     if (Has(source, AI_MATKEY_ROUGHNESS_FACTOR)) {
         material.surfaceTexture =
@@ -189,9 +187,7 @@ void MaterialImporter::ReadAlpha(const aiMaterial& source, bool isModern, SceneM
     aiString mode;
     if (source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == AI_SUCCESS) {
         const std::string text = mode.C_Str();
-        material.alphaMode = text == "BLEND"  ? AlphaMode::Blend
-                             : text == "MASK" ? AlphaMode::Mask
-                                              : AlphaMode::Opaque;
+        material.alphaMode = text == "BLEND" ? AlphaMode::Blend : text == "MASK" ? AlphaMode::Mask : AlphaMode::Opaque;
     } else {
         material.alphaMode = opacity < 0.99f ? AlphaMode::Blend : AlphaMode::Auto;
     }

@@ -83,8 +83,8 @@ public:
         const unsigned corners = kind == PartKind::Triangles ? 3 : kind == PartKind::Lines ? 2 : 1;
         if (kind == PartKind::Triangles && !m_mesh.HasNormals()) {
             CollectTriangles();
-            m_normals.emplace(
-                std::span(reinterpret_cast<const Vector3f*>(m_mesh.mVertices), m_mesh.mNumVertices), m_triangles);
+            m_normals.emplace(std::span(reinterpret_cast<const Vector3f*>(m_mesh.mVertices), m_mesh.mNumVertices),
+                              m_triangles);
         }
         builder.Begin(kind, m_mesh.mMaterialIndex);
         unsigned dropped = 0;

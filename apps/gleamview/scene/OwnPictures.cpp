@@ -88,11 +88,11 @@ SceneTexture MakePlanks()
     return PaintTexture("planks", s_size, true, [](float u, float v) {
         const int plank = static_cast<int>(v * 5.0f);
         const float inPlank = v * 5.0f - static_cast<float>(plank);
-        const float grain = SmoothNoise(u * 6.0f, v * 96.0f, 96) * 0.6f + SmoothNoise(u * 24.0f, v * 192.0f, 192) * 0.4f;
+        const float grain =
+            SmoothNoise(u * 6.0f, v * 96.0f, 96) * 0.6f + SmoothNoise(u * 24.0f, v * 192.0f, 192) * 0.4f;
         const float gap = std::min(inPlank, 1.0f - inPlank) < 0.03f ? 0.35f : 1.0f;
         const bool isFrame = std::min({u, 1.0f - u}) < 0.09f;
-        return Shade({0.68f, 0.48f, 0.29f}, (0.7f + 0.35f * grain + 0.15f * Noise(plank, 3)) *
-                                                (isFrame ? 0.72f : gap));
+        return Shade({0.68f, 0.48f, 0.29f}, (0.7f + 0.35f * grain + 0.15f * Noise(plank, 3)) * (isFrame ? 0.72f : gap));
     });
 }
 

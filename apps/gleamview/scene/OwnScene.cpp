@@ -72,9 +72,9 @@ private:
         const std::uint32_t red = m_builder.AddMaterial(MakeMaterial("lacquer", 0.62f, 0.03f, 0.03f, 0.0f, 0.22f));
         const std::uint32_t knot = m_builder.AddShape(MakeTorusKnot(320, 24, 0.155f), red);
         m_builder.Place(knot, MakePlacement({0.0f, 1.55f, 0.25f}, {1.55f, 1.55f, 1.55f})).spin = 0.6f;
-        const std::uint32_t plinth = m_builder.AddShape(
-            MakeCylinder(64, 0.42f, {1.0f, 1.0f}),
-            m_builder.AddMaterial(MakeMaterial("stone", 0.55f, 0.54f, 0.52f, 0.0f, 0.8f)));
+        const std::uint32_t plinth =
+            m_builder.AddShape(MakeCylinder(64, 0.42f, {1.0f, 1.0f}),
+                               m_builder.AddMaterial(MakeMaterial("stone", 0.55f, 0.54f, 0.52f, 0.0f, 0.8f)));
         m_builder.Place(plinth, MakePlacement({0.0f, 0.49f, 0.25f}, {1.7f, 0.5f, 1.7f}));
 
         const std::uint32_t crate = m_builder.AddShape(
@@ -101,8 +101,7 @@ private:
             const float roughness = 0.1f + 0.16f * static_cast<float>(i);
             const float x = (static_cast<float>(i) - 2.5f) * 0.72f;
             const float z = -2.0f + 0.07f * x * x;
-            const std::uint32_t gold =
-                m_builder.AddMaterial(MakeMaterial("gold", 1.0f, 0.71f, 0.29f, 1.0f, roughness));
+            const std::uint32_t gold = m_builder.AddMaterial(MakeMaterial("gold", 1.0f, 0.71f, 0.29f, 1.0f, roughness));
             const std::uint32_t plastic =
                 m_builder.AddMaterial(MakeMaterial("plastic", 0.05f, 0.25f, 0.6f, 0.0f, roughness));
             m_builder.Place(m_builder.AddShape(MakeSphere(24, 48), gold),

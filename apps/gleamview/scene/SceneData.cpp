@@ -127,8 +127,8 @@ void SceneData::Append(SceneData&& other, const Matrix4x4f& placement)
         instance.world = instance.world * placement;
     }
     for (SceneMaterial& material : other.materials) {
-        for (std::uint32_t* texture : {&material.baseTexture, &material.normalTexture, &material.surfaceTexture,
-                                       &material.emissiveTexture}) {
+        for (std::uint32_t* texture :
+             {&material.baseTexture, &material.normalTexture, &material.surfaceTexture, &material.emissiveTexture}) {
             *texture = *texture == NoTexture ? NoTexture : *texture + firstTexture;
         }
     }

@@ -268,9 +268,8 @@ void SceneWriter::AddPart(PartKind kind, std::uint32_t material, std::span<const
 {
     const PartHeader header{kind, material, static_cast<std::uint32_t>(vertices.size()),
                             static_cast<std::uint32_t>(indices.size())};
-    const Piece pieces[] = {{&header, sizeof header},
-                            {vertices.data(), vertices.size_bytes()},
-                            {indices.data(), indices.size_bytes()}};
+    const Piece pieces[] = {
+        {&header, sizeof header}, {vertices.data(), vertices.size_bytes()}, {indices.data(), indices.size_bytes()}};
     WriteRecord(RecordPart, pieces);
     ++m_partCount;
 }
@@ -344,7 +343,8 @@ bool ReadScene(int descriptor, SceneData& scene, std::string& error)
     }
     scene.storage.emplace_back(memory, [size](const void* mapped) { munmap(const_cast<void*>(mapped), size); });
     const std::span bytes(static_cast<const std::uint8_t*>(memory), size);
-    if (std::memcmp(memory, s_magic, sizeof s_magic) != 0 || !ReadRecords(Cursor(bytes.subspan(sizeof s_magic)), scene)) {
+    if (std::memcmp(memory, s_magic, sizeof s_magic) != 0 ||
+        !ReadRecords(Cursor(bytes.subspan(sizeof s_magic)), scene)) {
         return false;
     }
     error.clear();

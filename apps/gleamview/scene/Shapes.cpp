@@ -31,8 +31,7 @@ void Shape::AddGrid(std::uint32_t firstVertex, std::uint32_t rows, std::uint32_t
     }
 }
 
-void Shape::AddQuad(const Vector3f& a, const Vector3f& b, const Vector3f& c, const Vector3f& d,
-                    const Vector2f& uvScale)
+void Shape::AddQuad(const Vector3f& a, const Vector3f& b, const Vector3f& c, const Vector3f& d, const Vector2f& uvScale)
 {
     const Vector3f normal = (b - a).Cross(c - a).Normalized();
     const std::uint16_t first = static_cast<std::uint16_t>(vertices.size());
@@ -120,11 +119,10 @@ Shape MakeTorusKnot(unsigned steps, unsigned segments, float thickness)
         const Vector3f up = side.Cross(along);
         for (unsigned segment = 0; segment <= segments; ++segment) {
             const float around = static_cast<float>(segment) / static_cast<float>(segments);
-            const Vector3f normal =
-                side * std::cos(around * 2.0f * s_pi) + up * std::sin(around * 2.0f * s_pi);
-            shape.vertices.push_back(MakeVertex(centre + normal * thickness, normal,
-                                                {static_cast<float>(step) / static_cast<float>(steps) * 12.0f,
-                                                 around}));
+            const Vector3f normal = side * std::cos(around * 2.0f * s_pi) + up * std::sin(around * 2.0f * s_pi);
+            shape.vertices.push_back(
+                MakeVertex(centre + normal * thickness, normal,
+                           {static_cast<float>(step) / static_cast<float>(steps) * 12.0f, around}));
         }
     }
     shape.AddGrid(0, steps, segments);
