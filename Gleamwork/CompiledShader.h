@@ -5,6 +5,7 @@
 
 #include <qs/Memory.h>
 #include <qs/ObjectHandle.h>
+#include <qs/Set.h>
 
 #include <cstdint>
 
@@ -29,6 +30,24 @@ struct ShaderData
     const char* data = nullptr;
     std::uint32_t size = 0;
 };
+
+/// One stage of a binary shader file.
+struct CompiledShaderInfo
+{
+    CompiledShaderInfo() = default;
+    CompiledShaderInfo(EShaderType shaderType, std::uint32_t fileOffset, std::uint32_t bytes)
+        : type(shaderType), offset(fileOffset), size(bytes)
+    {
+    }
+    friend bool operator==(const CompiledShaderInfo&, const CompiledShaderInfo&) = default;
+
+    EShaderType type = eShaderType_None;
+    std::uint32_t offset = 0; ///< bytes from the start of the file
+    std::uint32_t size = 0;   ///< bytes
+};
+
+/// The stages of a binary shader file, in file order.
+using CompiledShaderDirectory = qs::ObjectSet<CompiledShaderInfo, qs::DefaultComparator<CompiledShaderInfo>>;
 
 /// One stage's bytecode. The destructor frees nothing: the holder calls `Destroy`.
 class GW_API CompiledShader

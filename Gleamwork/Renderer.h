@@ -7,8 +7,9 @@
 #include "Gleamwork/dx11/D3D11Renderer.h"
 
 namespace qs {
+class FileReader;
 class Path;
-}
+} // namespace qs
 
 namespace gw {
 
@@ -81,6 +82,12 @@ public:
 
     /// Loads, compiles and creates a text shader; an error and an unassigned handle when the file cannot be read.
     qs::ObjectHandle AddAndCreateTextShader(const qs::Path& path, ShaderDefine* defines);
+    /// The same from a binary shader file; the defines are handed on.
+    qs::ObjectHandle AddAndCreateBinaryShader(const qs::Path& path, ShaderDefine* defines);
+    /// Adds the shader of an open binary shader file and makes no device objects: CreateShader does that, on any
+    /// thread. Unassigned, after an assertion, for a file that is none.
+    qs::ObjectHandle ReadBinaryShaderFileAndAdd(qs::FileReader& reader, const qs::FixedString& name,
+                                                const qs::FixedString& variant, ShaderDefine* defines);
 
     /// Immediate drawing: the vertices are copied during the call. "2D" positions are pixels of Setup2DMode, "3D" ones
     /// world space (or model space where there is a world matrix) under the matrices of SetRenderProperties.

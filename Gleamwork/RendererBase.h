@@ -2,6 +2,7 @@
 // render passes, the frame counter.
 #pragma once
 
+#include "Gleamwork/CompiledShader.h"
 #include "Gleamwork/Export.h"
 #include "Gleamwork/FormatDesc.h"
 #include "Gleamwork/RenderTypes.h"
@@ -34,8 +35,9 @@ class D3D11Renderer;
 } // namespace api
 
 namespace qs {
+class FileReader;
 class Path;
-}
+} // namespace qs
 
 namespace gw {
 
@@ -117,6 +119,18 @@ public:
     /// Compiles a text shader file into a binary shader file. False, after a message, when a file cannot be read or
     /// written or a stage does not compile.
     static bool createBinaryShaderFromText(const qs::Path& textPath, const qs::Path& binaryPath);
+    /// Reads a binary shader file's header, from the reader's position, into an empty directory. Both forms of the file
+    /// are read: the one that CreateCompiledShaderFile writes, and an older one, six words: offset and size of the
+    /// vertex, geometry and fragment stage, size 0 for none. False with an empty directory, after a message, for an
+    /// unknown version or stage, a file that ends early, and stages that lie outside the file or that are together
+    /// larger than it; false without a message for the older form without stages.
+    static bool ReadBinaryShaderInfo(qs::FileReader& reader, CompiledShaderDirectory& directory);
+    /// Reads all stages, one behind the other in directory order, into `destination`, which holds the sum of their
+    /// sizes, and points the views there. False, with empty views, when a stage cannot be read whole.
+    static bool ReadBinaryShaders(qs::FileReader& reader, const CompiledShaderDirectory& directory, char* destination,
+                                  ShaderData& vertex, ShaderData& geometry, ShaderData& fragment, ShaderData& compute);
+    /// A new reader on a shader file, which the caller deletes. The other arguments are not touched.
+    qs::FileReader* GetFileReaderForShader(const qs::Path& path, bool&, qs::Path&);
 
     /// Maps pixel coordinates to clip space for the 2D draws: only the extents count, the origin is always the upper
     /// left corner.

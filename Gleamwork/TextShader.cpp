@@ -2,6 +2,7 @@
 #include "Gleamwork/TextShader.h"
 
 #include "Gleamwork/Renderer.h"
+#include "Gleamwork/ShaderTextFile.h"
 
 #include <qs/FileSystem.h>
 #include <qs/Log.h>
@@ -29,33 +30,6 @@ const char** AllocateTexts(std::int32_t count, const char* scope)
     void* memory = qs::MemoryManager::Allocate(bytes, qs::AllocType::Raw, qs::DefaultMemoryTag, 0, true);
     return memory ? static_cast<const char**>(std::memset(memory, 0, bytes)) : nullptr;
 }
-
-/// A whole text file with a zero byte behind it.
-class TextFile
-{
-public:
-    TextFile(qs::FileReader& reader, const char* scope) : m_sample(scope)
-    {
-        const std::uint64_t wanted = reader.GetFileSize();
-        m_text = static_cast<char*>(
-            qs::MemoryManager::Allocate(wanted + 1, qs::AllocType::Raw, qs::DefaultMemoryTag, 0, true));
-        if (m_text) {
-            m_size = reader.Read(m_text, wanted);
-            m_text[m_size] = '\0';
-        }
-    }
-    ~TextFile() { qs::MemoryManager::Deallocate(m_text, qs::AllocType::FreeRaw, qs::DefaultMemoryTag, true); }
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
-
-    const char* GetText() const { return m_text ? m_text : ""; }
-    std::uint64_t GetSize() const { return m_size; }
-
-private:
-    qs::MemoryTrackerSample m_sample;
-    char* m_text = nullptr;
-    std::uint64_t m_size = 0;
-};
 
 /// Writes plain values one after the other and remembers whether all arrived.
 class BinaryWriter

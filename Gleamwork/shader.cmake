@@ -1,5 +1,6 @@
 # Shaders, vertex formats, render states, bindings and draws; displays.
 list(APPEND GLEAMWORK_SOURCES
+  BinaryShader.cpp
   Display.cpp
   TextShader.cpp
   dx11/D3D11RendererBinding.cpp
