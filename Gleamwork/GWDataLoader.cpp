@@ -2,6 +2,7 @@
 #include "Gleamwork/GWDataLoader.h"
 
 #include "Gleamwork/GWDataLoaderCommands.h"
+#include "Gleamwork/GWDataLoaderImageCommands.h"
 #include "Gleamwork/Renderer.h"
 
 #include <algorithm>
@@ -80,12 +81,13 @@ RenderCommandManager::~RenderCommandManager()
 
 void RenderCommandManager::HandleCommand(unsigned int type)
 {
-    if (!RunAnyOf<DataLoaderExecuteRCBCommand, DataLoaderRemoveTextureCommand, DataLoaderCreateTextureFromMemoryCommand,
-                  DataLoaderCreateTextureFromMemoryBlobCommand, DataLoaderDuplicateVertexBufferCommand,
-                  DataLoaderRemoveVertexBufferCommand, DataLoaderDuplicateIndexBufferCommand,
-                  DataLoaderRemoveIndexBufferCommand, DataLoaderResizeRenderTargetCommand,
-                  DataLoaderResizeDepthTargetCommand, DataLoaderRemoveShaderCommand,
-                  DataLoaderRemoveStructuredBufferCommand>(*this, type)) {
+    if (!RunAnyOf<DataLoaderExecuteRCBCommand, DataLoaderCreateTextureCommand, DataLoaderCreateTextureArrayCommand,
+                  DataLoaderStreamTextureCommand, DataLoaderRemoveTextureCommand,
+                  DataLoaderCreateTextureFromMemoryCommand, DataLoaderCreateTextureFromMemoryBlobCommand,
+                  DataLoaderDuplicateVertexBufferCommand, DataLoaderRemoveVertexBufferCommand,
+                  DataLoaderDuplicateIndexBufferCommand, DataLoaderRemoveIndexBufferCommand,
+                  DataLoaderResizeRenderTargetCommand, DataLoaderResizeDepthTargetCommand,
+                  DataLoaderRemoveShaderCommand, DataLoaderRemoveStructuredBufferCommand>(*this, type)) {
         QS_LOG_ASSERT("Gleamwork/GWDataLoader", "gw::RenderCommandManager::HandleCommand",
                       "Unknown renderer command type %d encountered", int(type));
     }

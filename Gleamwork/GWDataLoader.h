@@ -6,16 +6,21 @@
 #include "Gleamwork/RenderTypes.h"
 #include "Gleamwork/image/Format.h"
 
+#include <cstdint>
 #include <qs/CommandManager.h>
+#include <qs/FixedString.h>
+#include <qs/MemView.h>
 #include <qs/Memory.h>
 
 namespace qs {
+class Path;
 class ScratchBuffer;
-}
+} // namespace qs
 
 namespace gw {
 
 class RendererCommandBuffer;
+struct ShaderDefine;
 
 /// Base of the two queues' managers: turns records of the data loader's commands back into commands.
 class GW_API RenderCommandManager : public qs::CommandManager
@@ -55,6 +60,40 @@ public:
     /// A texture from the bytes of a DDS file.
     static qs::ObjectHandle InvokeAddTextureFromMemoryBlob(const qs::ScratchBuffer& source, ETextureUsageFlag usage,
                                                            ETextureAccessFlag access);
+
+    // From files, on the caller's thread, which may be a loading thread. What cannot be opened or read logs an error
+    // with the path and gives an unassigned handle. `mipmaps`: the caller wants the file's mip levels. `srgb`: the
+    // pixels are sRGB. `mipSkip`: largest mip levels to leave out; negative for the default of the graphics options.
+
+    /// The out-values, in texels and levels (of the file, and held), may be null and are written on success only.
+    static qs::ObjectHandle InvokeAddTexture(const qs::Path& path, bool mipmaps, bool srgb, int mipSkip, int* width,
+                                             int* height, std::int64_t* originalMipCount, std::int64_t* mipCount);
+    /// For images of at most 16384 by 16384. The size is written in any case; a larger image is not made, and its
+    /// reserved handle is queued for removal.
+    static qs::ObjectHandle InvokeAdd2DTexture(const qs::Path& path, bool mipmaps, bool srgb, int mipSkip, int& width,
+                                               int& height);
+    /// Images of one format and size. A handle comes in any case: an image that cannot be read, or that differs from
+    /// the first one, is reported and leaves its element without defined content; without any image nothing is made.
+    static qs::ObjectHandle InvokeAddTextureArray(const qs::Path* paths, std::uint64_t count, bool mipmaps, bool srgb,
+                                                  int mipSkip);
+    /// A font from its picture and its description.
+    static qs::ObjectHandle InvokeAddFont(const qs::Path& image, const qs::Path& font);
+    /// A text shader file, or with `binary` a binary one. Forwards to CreateShader.
+    static qs::ObjectHandle InvokeAddShader(const qs::Path& path, bool binary, const qs::FixedString& name,
+                                            const qs::FixedString& variant, ShaderDefine* defines);
+    /// From HLSL texts, each null for no such stage. Forwards to CreateShader.
+    static qs::ObjectHandle InvokeAddShader(const char* const vertex, const char* const geometry,
+                                            const char* const fragment, const char* const compute);
+    static qs::ObjectHandle CreateShader(const qs::Path& path, bool binary, const qs::FixedString& name,
+                                         const qs::FixedString& variant, ShaderDefine* defines);
+    static qs::ObjectHandle CreateShader(const char* const vertex, const char* const geometry,
+                                         const char* const fragment, const char* const compute);
+    /// Queued: replaces a living texture by the image in `file`, whose name only chooses the reader; the file is
+    /// decoded at once, on the caller's thread, with `mip` levels left out, and the level counts are written. With an
+    /// empty view the texture drops its `mip` largest levels instead.
+    static void InvokeStreamTexture(qs::ObjectHandle handle, const qs::Path& path, bool srgb, int mip,
+                                    const qs::MemView<const unsigned char>& file, std::int64_t& originalMipCount,
+                                    std::int64_t& mipCount);
 
     // Direct calls into the renderer. Sizes of 0 give an unassigned handle.
 

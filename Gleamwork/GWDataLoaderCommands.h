@@ -1,6 +1,6 @@
 // The commands that the data loader queues. A record in the queue holds a command's fields in the order of its visit,
-// so type numbers, field order and field widths are the queue's format. Numbers 1, 2 and 6 are kept for what is loaded
-// from image files.
+// so type numbers, field order and field widths are the queue's format. The commands with images, 1, 2 and 6, stand in
+// GWDataLoaderImageCommands.h.
 #pragma once
 
 #include "Gleamwork/RenderTypes.h"
