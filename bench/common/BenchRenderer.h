@@ -5,7 +5,6 @@
 #include "Gleamwork/GWDataLoader.h"
 #include "Gleamwork/IAPI.h"
 #include "Gleamwork/Renderer.h"
-#include "Gleamwork/TextShader.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,14 +1,10 @@
 // The renderer's cost: 10,000 draws with one changed constant each against the same recorded straight in Vulkan, and
 // sets that change nothing against an empty call through a pointer.
+#include "bench/common/BenchRenderer.h"
 #include "bench/common/Ratio.h"
 #include "bench/common/RawVulkanDraws.h"
 
-#include "Gleamwork/App.h"
-#include "Gleamwork/GWDataLoader.h"
 #include "Gleamwork/GleamworkSDM.h"
-#include "Gleamwork/IAPI.h"
-#include "Gleamwork/Renderer.h"
-#include "Gleamwork/Window.h"
 
 #include <cstdio>
 #include <cstring>
@@ -20,24 +16,6 @@ using bench::DrawScene;
 using gw::details::RendererBase;
 
 GleamworkSDM s_gleamwork;
-
-/// A program without a window of its own: what stands in `window` is only ever compared with null here.
-class BenchApp : public IApp
-{
-public:
-    BenchApp()
-    {
-        m_desc.keepGraphicSettings = true;
-        m_desc.window = reinterpret_cast<gw::Window*>(this);
-    }
-    gw::WindowManager* GetWindowManager(bool) override { return nullptr; }
-    AppStartupDesc* GetStartupDesc() override { return &m_desc; }
-    void NotifyWindowResize(int, int, HWND__*, bool, int, int) override {}
-    gw::Window* GetMainWindow(bool, std::uint32_t, std::uint32_t) override { return nullptr; }
-
-private:
-    AppStartupDesc m_desc;
-};
 
 class RendererDraws
 {
@@ -142,7 +120,7 @@ private:
                                                           gw::ETextureUsageFlag(usage), gw::ETextureAccessFlag(access));
     }
 
-    BenchApp m_app;
+    bench::BenchApp m_app;
     qs::CommandBuffer m_immediate, m_relaxed;
     std::unique_ptr<api::IAPI> m_api;
     gw::Renderer* m_renderer = nullptr;
