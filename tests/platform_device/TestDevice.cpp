@@ -105,12 +105,14 @@ TEST_F(DeviceRules, PrivateDataAndAnnotations)
     ComPtr<ID3DUserDefinedAnnotation> annotation;
     ASSERT_EQ(S_OK, context->QueryInterface(IID_ID3DUserDefinedAnnotation, annotation.PutVoid()));
     EXPECT_TRUE(annotation->GetStatus());
-    EXPECT_EQ(0, annotation->BeginEvent(L"Größe"));
-    EXPECT_EQ(1, annotation->BeginEvent(L"inner"));
-    context->Flush(); // ranges may span submissions
-    annotation->SetMarker(L"here");
-    EXPECT_EQ(1, annotation->EndEvent());
-    EXPECT_EQ(0, annotation->EndEvent());
+    for (int frame = 0; frame < 8; ++frame) {
+        EXPECT_EQ(0, annotation->BeginEvent(L"Größe"));
+        EXPECT_EQ(1, annotation->BeginEvent(L"inner"));
+        context->Flush(); // ranges may span submissions
+        annotation->SetMarker(L"here");
+        EXPECT_EQ(1, annotation->EndEvent());
+        EXPECT_EQ(0, annotation->EndEvent());
+    }
     EXPECT_EQ(-2, annotation->EndEvent());
 }
 

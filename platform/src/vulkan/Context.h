@@ -537,6 +537,7 @@ private:
     Slice m_zeros;
     SamplerState* m_defaultSampler = nullptr;
     INT m_labelDepth = 0;
+    unsigned m_openLabels = 0; ///< in the command buffer that is being recorded
     bool m_markers = false;
 };
 

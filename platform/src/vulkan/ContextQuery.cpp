@@ -50,6 +50,11 @@ void Context::BeforeSubmit()
     RecordBarriers();
     const VkCommandBuffer commands = m_stream.Main();
     m_queries.Pause(commands, m_stream.Serial());
+    // A label may end behind its submission, but drivers keep the stack per command buffer and do not look whether it
+    // is empty (Mesa 22 writes below it). So each command buffer is left balanced.
+    for (; m_openLabels > 0; --m_openLabels) {
+        m_gpu.InstanceVk().CmdEndDebugUtilsLabelEXT(commands);
+    }
     if (std::exchange(m_hostReads, false)) {
         BarrierBatch barriers;
         barriers.AddMemory(
@@ -235,6 +240,7 @@ INT Context::BeginLabel(LPCWSTR name)
         VkDebugUtilsLabelEXT label{VK_STRUCTURE_TYPE_DEBUG_UTILS_LABEL_EXT};
         label.pLabelName = text.c_str();
         m_gpu.InstanceVk().CmdBeginDebugUtilsLabelEXT(m_stream.Main(), &label);
+        ++m_openLabels;
     }
     return m_labelDepth++;
 }
@@ -248,8 +254,9 @@ INT Context::EndLabel()
         return -2;
     }
     --m_labelDepth;
-    if (m_gpu.HasDebugUtils()) {
+    if (m_openLabels > 0) {
         m_gpu.InstanceVk().CmdEndDebugUtilsLabelEXT(m_stream.Main());
+        --m_openLabels;
     }
     return m_labelDepth;
 }
