@@ -104,6 +104,23 @@ public:
                         qs::ObjectHandle texture, qs::ObjectHandle sampler, qs::ObjectHandle blend,
                         qs::ObjectHandle depth, const Vector4f& color);
 
+    /// Text with its start at (x, y) in pixels of Setup2DMode, and a shadow one pixel up and left of it unless both
+    /// colours are the same. False, after an assertion, when the font is gone; a text without characters gives true.
+    bool drawText(const char* text, float x, float y, const Vector4f& color, const Vector4f& shadow,
+                  qs::ObjectHandle font, qs::ObjectHandle sampler, qs::ObjectHandle blend, qs::ObjectHandle depth);
+    bool drawText(const wchar_t* text, float x, float y, const Vector4f& color, const Vector4f& shadow,
+                  qs::ObjectHandle font, qs::ObjectHandle sampler, qs::ObjectHandle blend, qs::ObjectHandle depth);
+    /// Text in the plane of a world matrix, one unit a font pixel, y up. A null text gives false.
+    bool drawText3D(const char* text, const Matrix4x4f& world, const Vector4f& color, qs::ObjectHandle font,
+                    qs::ObjectHandle depth);
+    bool drawText3D(const wchar_t* text, const Matrix4x4f& world, const Vector4f& color, qs::ObjectHandle font,
+                    qs::ObjectHandle depth);
+    /// The same, turned to the camera of SetRenderProperties and centred across the matrix's position.
+    bool drawTextBillboard3D(const char* text, const Matrix4x4f& world, const Vector4f& color, qs::ObjectHandle font,
+                             qs::ObjectHandle depth);
+    bool drawTextBillboard3D(const wchar_t* text, const Matrix4x4f& world, const Vector4f& color, qs::ObjectHandle font,
+                             qs::ObjectHandle depth);
+
     /// Sets everything that the record names. Streams 1 and 2 and the indices keep what they held when unassigned.
     void PrepareDraw(const PrepareDrawData& data);
     void PrepareDraw(PrepareDrawData&& data) { PrepareDraw(static_cast<const PrepareDrawData&>(data)); }
@@ -129,6 +146,8 @@ public:
     void SetFrustumShaderParam(const qs::FixedString& name);
 
 private:
+    const TexturedFont* FindTextFont(const qs::ObjectHandle& font) const;
+    bool ReserveTextVertices(std::uint32_t count);
     bool CreatePrefabStates();
     bool CreateFullScreenTriangle();
     void DestroyFullScreenTriangle();

@@ -116,6 +116,28 @@ public:
     static bool CalculateMipDelta(int mipTarget, bool blockCompressed, bool cube, const TextureDimensions& src,
                                   TextureDimensions& dst);
     static int GetCBFrameID() { return 0; }
+
+    // Text as quads. These four read the font only and may run on any thread. Text is bytes; "|cl255;128;0;" colours
+    // the glyphs behind it (red, green, blue, one to four digits each), "|clx" makes them white again, a line feed
+    // starts a line. What looks like a tag but is none is drawn as it stands. The wide forms convert to UTF-8 first.
+
+    /// Writes six vertices for each character with a glyph, as two triangles, and gives the number of quads, which
+    /// getTextQuads bounds. (x, y) is where the text starts, `scale` is pixels per font pixel. With `flip` glyphs stand
+    /// upright where y grows upward; lines go towards larger y all the same.
+    static int fillTextBuffer(TexVertex* vertices, const char* text, float x, float y, float scale,
+                              const TexturedFont* font, bool flip);
+    static int fillTextBuffer(TexVertex* vertices, const wchar_t* text, float x, float y, float scale,
+                              const TexturedFont* font, bool flip);
+    /// Quads to reserve: all characters but line feeds, those of tags included.
+    static unsigned getTextQuads(const char* text);
+    static unsigned getTextQuads(const wchar_t* text);
+    /// Sum of the glyphs' widths in font pixels, tags taken as text. `length` counts characters, 0 for all.
+    static float getTextWidth(const TexturedFont* font, const char* text, std::uint64_t length);
+    static float getTextWidth(const TexturedFont* font, const wchar_t* text, std::uint64_t length);
+    /// The same width, of all lines together, and the height of all lines. (0, 0) without a font.
+    static Vector2f getTextDimension(const TexturedFont* font, const char* text, std::uint64_t length);
+    static Vector2f getTextDimension(const TexturedFont* font, const wchar_t* text, std::uint64_t length);
+
     /// Compiles a text shader file into a binary shader file. False, after a message, when a file cannot be read or
     /// written or a stage does not compile.
     static bool createBinaryShaderFromText(const qs::Path& textPath, const qs::Path& binaryPath);
