@@ -5,3 +5,6 @@ list(APPEND GLEAMWORK_SOURCES
   RendererCommandBufferDraw.cpp
   RendererCommandBufferResources.cpp
   RendererCommands.cpp)
+if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/text.cmake)
+  list(APPEND GLEAMWORK_SOURCES RendererCommandBufferText.cpp)
+endif()

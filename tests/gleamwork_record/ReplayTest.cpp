@@ -4,6 +4,7 @@
 #include "Gleamwork/image/GraphicsBuffer.h"
 
 #include <cstring>
+#include <d3d11.h>
 #include <map>
 
 /// Calls of the operators new in the program and its libraries so far.
@@ -275,19 +276,33 @@ TEST_F(ReplayTest, ASecondRecordingTakesTheSameBlocks)
 TEST_F(ReplayTest, RecordedViewsKeepARemovedTextureForFourFrames)
 {
     const qs::ObjectHandle texture = MakeTexture(1, 1, "red");
+    ID3D11ShaderResourceView* view = m_renderer->GetSRV(texture)->views[0];
+    const auto references = [view] {
+        view->AddRef();
+        return view->Release();
+    };
+    view->AddRef();
     Buffer buffer;
     RecordDraw(buffer, texture, Vector4f(1, 1, 1, 1));
-    m_renderer->SetRenderTargets(1, &m_target, nullptr, nullptr, TEXTURE_NONE, false, -1);
     gw::DataLoader::InvokeRemoveTexture(texture, false);
     m_relaxed.ExecuteAll();
     EXPECT_FALSE(m_renderer->IsAlive(texture));
-    const auto bytes = [] { return qs::MemoryManager::GetUsage("DX11 Texture").thirdPartyBlocks; };
-    const auto calls = [] { return GleamNullCallCountOf("PSSetShaderResources"); };
-    const auto before = calls();
+    for (unsigned frame = 0; frame < Renderer::TEXTURE_REMOVE_DELAY; ++frame) {
+        m_renderer->EndFrame(false);
+        EXPECT_EQ(references(), 2u) << "the renderer let go in frame " << frame;
+    }
+    m_renderer->SetRenderTargets(1, &m_target, nullptr, nullptr, TEXTURE_NONE, false, -1);
+    const std::uint64_t before = GleamNullCallCountOf("PSSetShaderResources");
     gw::DataLoader::InvokeExecuteRCB(&buffer);
     m_immediate.ExecuteAll();
-    EXPECT_GT(calls(), before);
-    EXPECT_GE(bytes(), 0);
+    EXPECT_EQ(GleamNullCallCountOf("PSSetShaderResources"), before + 1);
+    RecordDraw(buffer, texture, Vector4f(1, 1, 1, 1)); // a dead handle has no view any more
+    Replay(buffer);
+    m_renderer->SetRenderTargets(0, nullptr, nullptr, nullptr, TEXTURE_NONE, false, -1);
+    m_renderer->ClearState();
+    m_renderer->EndFrame(false);
+    EXPECT_EQ(references(), 1u);
+    view->Release();
     ExpectQuiet();
     gw::DataLoader::InvokeExecuteRCB(nullptr);
     ExpectAssert("There is no command buffer to execute.");

@@ -94,6 +94,24 @@ public:
         }
         return context.position += distance;
     }
+    /// Runs `process(record)`, which gives the bytes consumed, on record after record of the block as long as the next
+    /// one follows plainly. Gives the last result for NextCommand, which goes on from there; STOP behind a damaged
+    /// header.
+    template <class Process>
+    size_t WalkBlock(ExecuteContext& context, Process process)
+    {
+        // The position stays in registers: nobody else can see it while `process` runs.
+        ExecuteContext local = context;
+        for (;;) {
+            const char* record = LocateRecord(local);
+            const size_t consumed = record ? process(record) : STOP;
+            if (consumed == 0 || consumed >= static_cast<size_t>(local.end - local.position)) {
+                context.position = local.position;
+                return consumed;
+            }
+            local.position += consumed;
+        }
+    }
     /// Ends the read. `destroy` empties the stream and keeps its blocks for the next records.
     void PostExecuteCommandBuffer(ExecuteContext& context, bool destroy);
 
@@ -238,9 +256,9 @@ void ExecuteCommandDispatcher(Dispatcher& buffer, bool destroy)
     CommandDispatcherBuffer::ExecuteContext context = commands.PreExecuteCommandBuffer();
     size_t consumed = 0;
     while (commands.NextCommand(context, consumed)) {
-        const char* record = commands.LocateRecord(context);
-        consumed =
-            record ? buffer.ProcessCommand(static_cast<unsigned char>(*record), record) : CommandDispatcherBuffer::STOP;
+        consumed = commands.WalkBlock(context, [&buffer](const char* record) {
+            return buffer.ProcessCommand(static_cast<unsigned char>(*record), record);
+        });
     }
     if (destroy) {
         CommandDispatcherBuffer& destruction = buffer.GetDestructionStream();
