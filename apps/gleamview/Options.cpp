@@ -1,6 +1,7 @@
 // Reading of the command line and the help text.
 #include "Options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string_view>
@@ -72,8 +73,10 @@ bool ParseCamera(std::string_view text, Options& options)
 
 bool ParseUp(std::string_view text, UpAxis& up)
 {
-    up = text == "z" ? UpAxis::Z : UpAxis::Y;
-    return text == "y" || text == "z";
+    static constexpr std::string_view names[] = {"x", "y", "z", "-x", "-y", "-z"};
+    const auto found = std::find(std::begin(names), std::end(names), text);
+    up = static_cast<UpAxis>(static_cast<int>(UpAxis::X) + (found - std::begin(names)));
+    return found != std::end(names);
 }
 
 /// One option with a value: its name, how the value is stored, and what a wrong one is told.
@@ -99,7 +102,7 @@ constexpr ValueOption s_valueOptions[] = {
      "a number from 1 to 64"},
     {"--camera", [](Options& o, const std::string& v) { return ParseCamera(v, o); },
      "YAW,PITCH or YAW,PITCH,ZOOM (degrees; PITCH within 89, ZOOM from 0.01 to 100) or the name of a camera"},
-    {"--up", [](Options& o, const std::string& v) { return ParseUp(v, o.up); }, "y or z"},
+    {"--up", [](Options& o, const std::string& v) { return ParseUp(v, o.up); }, "x, y, z, -x, -y or -z"},
 };
 
 struct Switch
@@ -192,7 +195,7 @@ Beside models they stand as boards.
 models:
   --camera C       YAW,PITCH or YAW,PITCH,ZOOM: degrees to the right of the front and above the middle, and how near
                    (1 fits the model into the view); or the name of a camera in the file (default 32,18,1)
-  --up AXIS        y or z, where the file does not tell or tells it wrong
+  --up AXIS        x, y, z, -x, -y or -z: the axis that points up, where the file does not tell or tells it wrong
   --split          two views side by side, the second from the other side and higher
   --wireframe      lines instead of faces
   --bounds         boxes around the parts

@@ -63,7 +63,7 @@ TEST(Options, SaysWhatIsWrong)
         {{"--camera", "0,90"}, "within 89"},
         {{"--camera", "0,0,0"}, "ZOOM"},
         {{"--camera", ""}, "''"},
-        {{"--up", "x"}, "y or z"},
+        {{"--up", "w"}, "-y or -z"},
     };
     for (const auto& [arguments, part] : cases) {
         std::string error;

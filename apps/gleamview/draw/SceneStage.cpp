@@ -17,7 +17,7 @@ namespace gleamview {
 
 namespace {
 
-constexpr float s_keyLight[3] = {1.75f, 1.68f, 1.56f};
+constexpr float s_keyLight[3] = {1.38f, 1.33f, 1.24f};
 
 } // namespace
 

@@ -3,6 +3,7 @@
 
 #include <assimp/GltfMaterial.h>
 #include <assimp/material.h>
+#include <assimp/mesh.h>
 #include <assimp/scene.h>
 
 #include <algorithm>
@@ -37,7 +38,8 @@ class MaterialImporter
 public:
     MaterialImporter(const aiScene& scene, SceneWriter& writer) : m_scene(scene), m_writer(writer) {}
 
-    SceneMaterial Import(const aiMaterial& source, unsigned& uvSet)
+    /// `isColored`: a mesh of the material has colours at its vertices.
+    SceneMaterial Import(const aiMaterial& source, bool isColored, unsigned& uvSet)
     {
         SceneMaterial material;
         material.name = source.GetName().C_Str();
@@ -49,6 +51,9 @@ public:
         ReadAlpha(source, isModern, material);
         // Older formats say so of materials that were never meant to be flat.
         material.unlit = isModern && GetValue<int>(source, AI_MATKEY_SHADING_MODEL, 0) == aiShadingMode_NoShading;
+        if (!isColored) {
+            TakeOffGlare(material);
+        }
         return material;
     }
 
@@ -57,6 +62,7 @@ private:
     std::uint32_t FindTexture(const aiMaterial& source, std::initializer_list<aiTextureType> types, bool isColor,
                               unsigned* uvSet = nullptr, TextureWrap* wrap = nullptr);
     void ReadTextures(const aiMaterial& source, SceneMaterial& material, unsigned& uvSet);
+    static void TakeOffGlare(SceneMaterial& material);
     static void ReadColor(const aiMaterial& source, bool isModern, SceneMaterial& material);
     static void ReadSurface(const aiMaterial& source, bool isModern, SceneMaterial& material);
     static void ReadAlpha(const aiMaterial& source, bool isModern, SceneMaterial& material);
@@ -150,6 +156,15 @@ void MaterialImporter::ReadColor(const aiMaterial& source, bool isModern, SceneM
     }
 }
 
+/// Formats without materials get a nameless, purely white one from the importer, which shows no shape: clay does.
+void MaterialImporter::TakeOffGlare(SceneMaterial& material)
+{
+    const float* color = material.baseColor;
+    if (material.name.empty() && material.baseTexture == NoTexture && color[0] + color[1] + color[2] >= 3.0f) {
+        std::fill(material.baseColor, material.baseColor + 3, 0.5f);
+    }
+}
+
 /// Shininess is the exponent of a highlight; a highlight without strength is a matt surface.
 void MaterialImporter::ReadSurface(const aiMaterial& source, bool isModern, SceneMaterial& material)
 {
@@ -199,8 +214,15 @@ std::vector<unsigned> WriteMaterials(const aiScene& scene, SceneWriter& writer)
 {
     MaterialImporter importer(scene, writer);
     std::vector<unsigned> uvSets(scene.mNumMaterials, 0);
+    std::vector<bool> isColored(scene.mNumMaterials, false);
+    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+        const aiMesh& mesh = *scene.mMeshes[i];
+        if (mesh.mMaterialIndex < scene.mNumMaterials && mesh.HasVertexColors(0)) {
+            isColored[mesh.mMaterialIndex] = true;
+        }
+    }
     for (unsigned i = 0; i < scene.mNumMaterials; ++i) {
-        writer.AddMaterial(importer.Import(*scene.mMaterials[i], uvSets[i]));
+        writer.AddMaterial(importer.Import(*scene.mMaterials[i], isColored[i], uvSets[i]));
     }
     return uvSets;
 }

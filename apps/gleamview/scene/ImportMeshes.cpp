@@ -69,8 +69,9 @@ void ApplySkin(aiMesh& mesh, const NodeMatrices& nodes)
 class MeshImport
 {
 public:
-    MeshImport(const aiMesh& mesh, unsigned uvSet, bool hasLinearColors)
-        : m_mesh(mesh), m_uvSet(mesh.HasTextureCoords(uvSet) ? uvSet : 0), m_hasLinearColors(hasLinearColors)
+    MeshImport(const aiMesh& mesh, unsigned uvSet, bool hasLinearColors, std::function<void(float)> progress)
+        : m_mesh(mesh), m_uvSet(mesh.HasTextureCoords(uvSet) ? uvSet : 0), m_hasLinearColors(hasLinearColors),
+          m_progress(std::move(progress))
     {
     }
 
@@ -90,6 +91,9 @@ public:
         unsigned dropped = 0;
         std::size_t triangle = 0;
         for (unsigned i = 0; i < m_mesh.mNumFaces; ++i) {
+            if (i % 65536 == 0) {
+                m_progress(static_cast<float>(i) / static_cast<float>(m_mesh.mNumFaces));
+            }
             const aiFace& face = m_mesh.mFaces[i];
             if (!IsUsable(face, corners)) {
                 ++dropped;
@@ -152,6 +156,7 @@ private:
     const aiMesh& m_mesh;
     unsigned m_uvSet;
     bool m_hasLinearColors;
+    std::function<void(float)> m_progress;
     std::vector<std::uint32_t> m_triangles;
     std::optional<CornerNormals> m_normals;
 };
@@ -174,9 +179,6 @@ std::vector<ImportedMesh> WriteMeshes(const aiScene& scene, const std::vector<un
     const bool hasLinearColors = HasLinearColors(scene);
     std::uint64_t dropped = 0;
     for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
-        if (progress) {
-            progress("building meshes", static_cast<float>(i) / static_cast<float>(scene.mNumMeshes));
-        }
         aiMesh& mesh = *scene.mMeshes[i];
         meshes[i].firstPart = writer.GetPartCount();
         meshes[i].isSkinned = mesh.HasBones();
@@ -184,7 +186,12 @@ std::vector<ImportedMesh> WriteMeshes(const aiScene& scene, const std::vector<un
             ApplySkin(mesh, nodes);
         }
         const unsigned uvSet = mesh.mMaterialIndex < uvSets.size() ? uvSets[mesh.mMaterialIndex] : 0;
-        dropped += MeshImport(mesh, uvSet, hasLinearColors).Write(builder);
+        dropped += MeshImport(mesh, uvSet, hasLinearColors, [&](float share) {
+                       if (progress) {
+                           const float whole = static_cast<float>(scene.mNumMeshes);
+                           progress("building meshes", (static_cast<float>(i) + share) / whole);
+                       }
+                   }).Write(builder);
         meshes[i].partCount = writer.GetPartCount() - meshes[i].firstPart;
         // The largest scenes fit because no mesh stands in memory in both forms for longer than this.
         delete scene.mMeshes[i];

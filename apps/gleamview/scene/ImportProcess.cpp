@@ -211,7 +211,7 @@ int RunImportChild(char** argv)
     signal(SIGINT, SIG_IGN); // the parent decides, and ends this process
     LimitMemory();
     const std::string path = argv[3];
-    const UpAxis up = argv[2][0] == '1' ? UpAxis::Y : argv[2][0] == '2' ? UpAxis::Z : UpAxis::FromFile;
+    const UpAxis up = static_cast<UpAxis>(std::clamp(argv[2][0] - '0', 0, static_cast<int>(UpAxis::MinusZ)));
     std::string error;
     bool isGood = false;
     try {

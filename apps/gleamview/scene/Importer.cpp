@@ -67,8 +67,9 @@ Matrix4x4f GetUpright(const aiScene& scene, UpAxis up)
 {
     std::int32_t axis = 1;
     std::int32_t sign = 1;
-    if (up == UpAxis::Z) {
-        axis = 2;
+    if (up != UpAxis::FromFile) {
+        axis = (static_cast<int>(up) - static_cast<int>(UpAxis::X)) % 3;
+        sign = up >= UpAxis::MinusX ? -1 : 1;
     } else if (up == UpAxis::FromFile && scene.mMetaData) {
         scene.mMetaData->Get("UpAxis", axis);
         scene.mMetaData->Get("UpAxisSign", sign);

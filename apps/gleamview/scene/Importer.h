@@ -8,11 +8,17 @@
 
 namespace gleamview {
 
+/// The axis of the file that is turned to point up. Named as the importer gives axes: x to the right of the viewer, y
+/// up, z towards the viewer.
 enum class UpAxis
 {
     FromFile, ///< as the importer tells; y where it tells nothing
+    X,
     Y,
     Z,
+    MinusX,
+    MinusY,
+    MinusZ,
 };
 
 /// Told what is being done and how much of it is, from 0 to 1. Called on the importing thread.

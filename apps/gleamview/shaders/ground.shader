@@ -46,7 +46,7 @@ float4 main(Pixel pixel) : SV_Target0
     s.normal = float3(0.0, 1.0, 0.0);
     s.faceNormal = s.normal;
     s.toViewer = normalize(global_ViewPos.xyz - pixel.place);
-    s.color = float3(0.26, 0.26, 0.265);
+    s.color = float3(0.31, 0.31, 0.315);
     s.metallic = 0.0;
     s.roughness = 0.9;
     float3 diffuse;

@@ -14,16 +14,18 @@ float KeyLightShadow(float3 position, float3 faceNormal)
     float3 lifted = position + faceNormal * lightDirection.w * (1.0 + 2.5 * grazing);
     float4 place = mul(float4(lifted, 1.0), lightViewProjection);
     float2 uv = place.xy * float2(0.5, -0.5) + 0.5;
-    if (any(uv < 0.0) || any(uv > 1.0) || place.z > 1.0) {
+    if (any(uv < 0.0) || any(uv > 1.0)) {
         return 1.0;
     }
+    // The map ends behind the last thing that throws a shadow, not behind the last that takes one.
+    float depth = min(place.z - 0.0006, 0.9999);
     float lit = 0.0;
     [unroll]
     for (int y = -1; y <= 1; ++y) {
         [unroll]
         for (int x = -1; x <= 1; ++x) {
             float2 tap = uv + float2(x, y) * lightColor.w * 1.4;
-            lit += ShadowMap.SampleCmpLevelZero(ShadowSampler, tap, place.z - 0.0006);
+            lit += ShadowMap.SampleCmpLevelZero(ShadowSampler, tap, depth);
         }
     }
     return lit / 9.0;
@@ -87,7 +89,7 @@ void LightSurface(Surface surface, out float3 diffuse, out float3 mirrored)
     float nl = saturate(dot(surface.normal, toLight));
     float nv = saturate(dot(surface.normal, surface.toViewer));
 
-    float3 ambient = StudioLight(surface.normal.y) * 0.48;
+    float3 ambient = StudioLight(surface.normal.y) * 0.45;
     diffuse = albedo * (key * nl + fill * saturate(dot(surface.normal, toFill)) + ambient);
 
     float3 fresnel = specular + (1.0 - specular) * pow(1.0 - saturate(dot(surface.toViewer,
