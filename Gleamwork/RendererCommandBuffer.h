@@ -240,7 +240,7 @@ private:
     /// With `copy` puts a copy into the pool and points there; false when there is no room.
     template <class Vertex>
     bool KeepVertices(Vertex*& vertices, std::size_t bytes, bool copy);
-    /// Null without glyphs and without room.
+    /// Vertices in the data pool; null without glyphs and without room.
     TexVertex* LayOutText(const char* text, const TexturedFont& font, bool flip, unsigned& vertexCount);
 
     Renderer* m_renderer; ///< not owned

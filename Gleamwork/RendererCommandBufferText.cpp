@@ -33,7 +33,7 @@ TexVertex* RendererCommandBuffer::LayOutText(const char* text, const TexturedFon
     if (vertices) {
         vertexCount = unsigned(Renderer::fillTextBuffer(vertices, text, 0, 0, 1.0f, &font, flip)) * quadVertices;
     }
-    return vertices;
+    return vertexCount != 0 ? vertices : nullptr;
 }
 
 bool RendererCommandBuffer::DrawText(const char* text, float x, float y, const Vector4f& color, const Vector4f& shadow,
@@ -45,7 +45,7 @@ bool RendererCommandBuffer::DrawText(const char* text, float x, float y, const V
         return m_renderer->drawText(text, x, y, color, shadow, font, sampler, blend, depth);
     }
     const TexturedFont* found = FindFont(*m_renderer, font, "gw::RendererCommandBuffer::DrawText");
-    if (!found || !text) {
+    if (!found) {
         return false;
     }
     unsigned count;

@@ -4,7 +4,5 @@ list(APPEND GLEAMWORK_SOURCES
   RendererCommandBufferConstants.cpp
   RendererCommandBufferDraw.cpp
   RendererCommandBufferResources.cpp
+  RendererCommandBufferText.cpp
   RendererCommands.cpp)
-if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/text.cmake)
-  list(APPEND GLEAMWORK_SOURCES RendererCommandBufferText.cpp)
-endif()
