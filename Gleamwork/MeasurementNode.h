@@ -43,12 +43,12 @@ struct GW_API MeasurementNode
     /// Adds a node without values behind the other children. References to those end with the call.
     MeasurementNode& CreateChild();
 
-    qs::FixedString name;
+    qs::FixedString name = qs::FixedString::Empty;
     float cpuTime = 0.0f; ///< milliseconds between begin and end on the processor's clock
     float gpuTime = 0.0f; ///< milliseconds between the event's two timestamps
     PipelineStatistics statistics;
-    MeasurementNode* parent = nullptr;         ///< null on a root
-    qs::ObjectSet<MeasurementNode> children;   ///< in the order in which they began
+    MeasurementNode* parent = nullptr;       ///< null on a root
+    qs::ObjectSet<MeasurementNode> children; ///< in the order in which they began
 
 private:
     void CopyValues(const MeasurementNode& other);

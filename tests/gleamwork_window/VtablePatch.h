@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t Slots = 64;
+    static constexpr std::size_t Slots = 120;
     static constexpr std::size_t TypeWords = 2;
 
     struct Table
