@@ -230,10 +230,13 @@ int main(int argc, char** argv)
             scene.Record(whole, 0, c_draws);
         }
     };
-    bench::AddRow("record", record, [&](benchmark::State& state) {
-        for (auto _ : state)
-            scene.CopyAndLookUp(target.data());
-    });
+    bench::AddRow(
+        "record", record,
+        [&](benchmark::State& state) {
+            for (auto _ : state)
+                scene.CopyAndLookUp(target.data());
+        },
+        bench::ETime::Processor);
     const auto scale = [&](unsigned count) {
         return [&scene, &pair, count](benchmark::State& state) {
             for (auto _ : state)
@@ -251,6 +254,7 @@ int main(int argc, char** argv)
         [&](benchmark::State& state) {
             for (auto _ : state)
                 scene.Direct();
-        });
+        },
+        bench::ETime::Processor);
     return bench::Run(argc, argv);
 }

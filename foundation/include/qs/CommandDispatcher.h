@@ -87,9 +87,11 @@ public:
     char* LocateRecord(ExecuteContext& context)
     {
         const size_t alignment = static_cast<unsigned char>(*context.position);
-        const size_t distance = alignment - (reinterpret_cast<uintptr_t>(context.position) & (alignment - 1));
         const size_t left = static_cast<size_t>(context.end - context.position);
-        if (!IsAlignment(alignment) || distance >= left) [[unlikely]] {
+        // The next multiple behind the header. Alignment 0 gives a distance of less than nothing, which is too far too.
+        const uintptr_t header = reinterpret_cast<uintptr_t>(context.position);
+        const size_t distance = ((header + alignment) & (0 - uintptr_t(alignment))) - header;
+        if ((alignment & (alignment - 1)) != 0 || distance >= left) [[unlikely]] {
             return ReportDamage(alignment, left);
         }
         return context.position += distance;
@@ -105,7 +107,8 @@ public:
         for (;;) {
             const char* record = LocateRecord(local);
             const size_t consumed = record ? process(record) : STOP;
-            if (consumed == 0 || consumed >= static_cast<size_t>(local.end - local.position)) {
+            const auto left = static_cast<size_t>(local.end - local.position);
+            if (consumed - 1 >= left - 1) { // none, or all that is left, or more
                 context.position = local.position;
                 return consumed;
             }
