@@ -96,8 +96,8 @@ public:
     /// Without an index buffer it draws one instance.
     void DrawInstanced(RendererCommandBuffer* commands, std::uint32_t instances) const;
 
-    // Contents. Bytes; false when no memory could be had. While `commands` records, what is written goes to the buffer
-    // at the replay.
+    // Contents. Bytes; false when no memory could be had. The memory is the start of the buffer: the offset only counts
+    // in the check of the size. While `commands` records, what is written goes to the buffer at the replay.
 
     bool Lock(RendererCommandBuffer& commands, std::uint32_t offset, std::uint32_t size, void** data,
               EResourceAccess access);

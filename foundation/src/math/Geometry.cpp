@@ -69,17 +69,17 @@ Bound Bound::computeAABB(const void* positions, u64 strideBytes, u64 count)
     if (!positions || count == 0) {
         return BOUND_ZERO;
     }
+    // Comparisons instead of fmin and fmax, which would be calls; what is no number fails both and does not count.
+    constexpr float infinity = std::numeric_limits<float>::infinity();
     const char* at = static_cast<const char*>(positions);
-    Bound bound;
-    std::memcpy(&bound.minimum, at, sizeof bound.minimum);
-    bound.maximum = bound.minimum;
-    for (u64 i = 1; i < count; ++i) {
+    Bound bound{{infinity, infinity, infinity}, {-infinity, -infinity, -infinity}};
+    for (u64 i = 0; i < count; ++i) {
         Vector3f p;
         std::memcpy(&p, at + i * strideBytes, sizeof p);
-        bound.minimum = {std::fmin(bound.minimum.x, p.x), std::fmin(bound.minimum.y, p.y),
-                         std::fmin(bound.minimum.z, p.z)};
-        bound.maximum = {std::fmax(bound.maximum.x, p.x), std::fmax(bound.maximum.y, p.y),
-                         std::fmax(bound.maximum.z, p.z)};
+        bound.minimum = {p.x < bound.minimum.x ? p.x : bound.minimum.x, p.y < bound.minimum.y ? p.y : bound.minimum.y,
+                         p.z < bound.minimum.z ? p.z : bound.minimum.z};
+        bound.maximum = {p.x > bound.maximum.x ? p.x : bound.maximum.x, p.y > bound.maximum.y ? p.y : bound.maximum.y,
+                         p.z > bound.maximum.z ? p.z : bound.maximum.z};
     }
     return bound;
 }
