@@ -39,6 +39,8 @@ void FrameTest::Start(EStage stage)
             GTEST_SKIP() << "no virtual display: " << m_display->Problem();
         }
     }
+    // The library keeps the driver that it started first, which an earlier test may have chosen.
+    SDL_Quit();
     SDL_SetHint(SDL_HINT_VIDEODRIVER, m_display ? "x11" : "dummy");
     ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
     m_window.sdl =
@@ -55,7 +57,7 @@ void FrameTest::TearDown()
     m_api.reset();
     if (m_window.sdl) {
         SDL_DestroyWindow(m_window.sdl);
-        SDL_QuitSubSystem(SDL_INIT_VIDEO);
+        SDL_Quit();
     }
 }
 
