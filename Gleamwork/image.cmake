@@ -10,6 +10,7 @@ list(APPEND GLEAMWORK_SOURCES
   image/PackedPixels.cpp
   image/PixelWriter.cpp
   image/PlainConverters.cpp
+  image/win32/ImageFileFormatBMP.cpp
   image/win32/ImageFileFormatDDS.cpp
   image/win32/ImageFileFormatJPEG.cpp
   image/win32/ImageFileFormatPNG.cpp

@@ -27,7 +27,7 @@ struct ReaderRow
 
 // A row without a reader names its files and refuses them.
 constexpr ReaderRow readers[] = {
-    {IMAGE_FILE_BMP, "bmp", nullptr},
+    {IMAGE_FILE_BMP, "bmp", image::LoadBmp},
     {IMAGE_FILE_DDS, "dds", image::LoadDds},
     {IMAGE_FILE_JPEG, "jpg, jpeg", image::LoadJpeg},
     {IMAGE_FILE_PNG, "png", image::LoadPng},
@@ -150,7 +150,10 @@ bool Image::LoadCursor(const qs::Path& path, const ConstBytes& file, const Image
     if (!stream.ReadValue(header) || header.type != cursorType || !stream.ReadValue(picture) ||
         !stream.SetPosition(picture.offset))
         return false;
-    if (!image::LoadPng(stream.GetRemainder(), params, *this)) {
+    const ConstBytes bytes = stream.GetRemainder();
+    const bool good = image::IsPng(bytes) ? image::LoadPng(bytes, params, *this)
+                                          : image::LoadCursorBmp(bytes, picture.size, params, *this);
+    if (!good) {
         m_buffer.SafeFree(this);
         return false;
     }

@@ -92,8 +92,8 @@ public:
     // Finds the reader by the path's extension, in any case of letters. A view that is not null is the file's content;
     // otherwise the file is read. False for unknown extensions and files that cannot be read, without a message.
     bool Load(const qs::Path& path, const qs::MemView<const unsigned char>& file, const ImageLoadParams& params);
-    // Reads the first picture of a Windows cursor file into a fresh image, and its hot spot in pixels. The picture must
-    // be a PNG; other kinds give false.
+    // Reads the first picture of a Windows cursor file into a fresh image, and its hot spot in pixels. The picture is a
+    // PNG, or a bitmap of 8, 24 or 32 bits whose mask is left alone; other kinds give false, and no hot spot.
     bool LoadCursor(const qs::Path& path, const qs::MemView<const unsigned char>& file, const ImageLoadParams& params,
                     unsigned short& hotSpotX, unsigned short& hotSpotY);
 

@@ -287,12 +287,17 @@ bool CanHoldPixels(const PngHeader& header, uint64_t fileBytes)
 
 } // namespace
 
+bool IsPng(const ConstBytes& file)
+{
+    return file.GetSize() >= signatureBytes && png_sig_cmp(file.GetData(), 0, signatureBytes) == 0;
+}
+
 bool LoadPng(const ConstBytes& file, const ImageLoadParams& params, Image& image)
 {
-    qs::MemReadStream stream(file);
-    const ConstBytes signature = stream.Read(signatureBytes);
-    if (signature.GetData() == nullptr || png_sig_cmp(signature.GetData(), 0, signatureBytes) != 0)
+    if (!IsPng(file))
         return false;
+    qs::MemReadStream stream(file);
+    stream.Skip(signatureBytes);
     PngFile png(stream);
     PngHeader header;
     if (!png.IsGood() || !ReadHeader(png, header))

@@ -11,6 +11,9 @@ namespace gw::image {
 // description may then be half filled, and its caller frees the pixels.
 using ImageReader = bool (*)(const qs::MemView<const unsigned char>& file, const ImageLoadParams& params, Image& image);
 
+// Whether the bytes start as every PNG does.
+bool IsPng(const qs::MemView<const unsigned char>& file);
+
 // PNG of every depth and colour type. Palettes become RGB8, greys below 8 bits are spread to the full range of R8,
 // 16-bit samples stay. Pixels of a palette index without an entry are black; transparency chunks and gamma are left
 // alone. Bytes that are no PNG at all give false without a message.
@@ -22,6 +25,20 @@ bool LoadJpeg(const qs::MemView<const unsigned char>& file, const ImageLoadParam
 
 // DDS with mip chains, cubes and volumes: see ImageFileFormatDDS.h.
 bool LoadDds(const qs::MemView<const unsigned char>& file, const ImageLoadParams& params, Image& image);
+
+// BMP of 8 bits with a palette, 24 or 32 bits: RGB8, or RGBA8 with the file's fourth byte as alpha, whatever the file
+// says about it. Other bit counts give a description in FORMAT_MAX, and fail where pixels are wanted; so do compressed
+// pixels at 8 bits. Rows are padded to four bytes and come bottom first, or top first for a negative height. A palette
+// has as many entries as the header says and as there is room for before the pixels; indices beyond it are black. A
+// palette for which the header leaves no room stands where the pixels are said to start, and they follow it.
+bool LoadBmp(const qs::MemView<const unsigned char>& file, const ImageLoadParams& params, Image& image);
+
+// The bitmap inside a cursor file: no file header, its pixels behind its header, and twice the height. Its mask of
+// transparent pixels is left alone. Rows of 24 bits may also be followed by a byte for each of their pixels instead of
+// being padded: they are when the file is long enough and listedBytes, the size in the cursor's directory, is not
+// that of padded rows and a mask.
+bool LoadCursorBmp(const qs::MemView<const unsigned char>& file, uint64_t listedBytes, const ImageLoadParams& params,
+                   Image& image);
 
 // While it lives, messages of this thread's readers name the file. The text must outlive it.
 class LoadingFileName
