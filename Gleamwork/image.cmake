@@ -14,6 +14,7 @@ list(APPEND GLEAMWORK_SOURCES
   image/win32/ImageFileFormatDDS.cpp
   image/win32/ImageFileFormatJPEG.cpp
   image/win32/ImageFileFormatPNG.cpp
+  image/win32/ImageFileFormatTGA.cpp
   image/win32/ImageReader.cpp)
 find_package(PNG REQUIRED)
 find_package(JPEG REQUIRED)

@@ -25,13 +25,12 @@ struct ReaderRow
     image::ImageReader reader;
 };
 
-// A row without a reader names its files and refuses them.
 constexpr ReaderRow readers[] = {
     {IMAGE_FILE_BMP, "bmp", image::LoadBmp},
     {IMAGE_FILE_DDS, "dds", image::LoadDds},
     {IMAGE_FILE_JPEG, "jpg, jpeg", image::LoadJpeg},
     {IMAGE_FILE_PNG, "png", image::LoadPng},
-    {IMAGE_FILE_TGA, "tga", nullptr},
+    {IMAGE_FILE_TGA, "tga", image::LoadTga},
 };
 
 const ReaderRow* FindReader(EImageFileType type)
@@ -112,7 +111,7 @@ bool Image::Load(EImageFileType type, const ConstBytes& file, const ImageLoadPar
     if (type == IMAGE_FILE_UNKNOWN)
         QS_LOG_ASSERT("Gleamwork/image/Image", "gw::Image::Load", "Can't load unknown image format, duh");
     const ReaderRow* row = FindReader(type);
-    if (!row || !row->reader)
+    if (!row)
         return false;
     Purge();
     if (!row->reader(file, params, *this)) {

@@ -40,6 +40,13 @@ bool LoadBmp(const qs::MemView<const unsigned char>& file, const ImageLoadParams
 bool LoadCursorBmp(const qs::MemView<const unsigned char>& file, uint64_t listedBytes, const ImageLoadParams& params,
                    Image& image);
 
+// TGA of 8 (R8), 16 (RGBA8), 24 (RGB8) or 32 bits (RGBA8), plain or run-length coded, blue first in memory as the
+// format has it. The origin's two bits are honoured: bottom row first where nothing else is said. At 16 bits the top
+// bit is alpha when the file says that it has attribute bits, else alpha is opaque; at 32 bits the fourth byte always
+// is alpha. Packets end at the picture's last pixel, and what follows (footers, extensions) is left alone; a file that
+// ends between two packets leaves the missing pixels at 0. Colour-mapped files fail.
+bool LoadTga(const qs::MemView<const unsigned char>& file, const ImageLoadParams& params, Image& image);
+
 // While it lives, messages of this thread's readers name the file. The text must outlive it.
 class LoadingFileName
 {
