@@ -1,16 +1,9 @@
 // Text shaders of the viewer: splitting, compiling, and errors with the line in the user's file.
 #include "TextShader.h"
 
-#include <Gleamwork/CompiledShader.h>
+#include "common/ShaderStages.h"
+
 #include <Gleamwork/Renderer.h>
-#include <Gleamwork/TextShader.h>
-
-#include <d3dcompiler.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <qs/FileSystem.h>
-#include <qs/Path.h>
 
 namespace gleamview {
 
@@ -64,57 +57,6 @@ qs::ObjectHandle AddShader(gw::Renderer& renderer, const gw::ShaderData& vertex,
     return shader;
 }
 
-/// What the compiler says about a section, with lines counted from the top of the whole file.
-std::string Diagnose(const std::string& path, const std::string& text, const gw::ShaderData& section,
-                     const char* profile)
-{
-    const std::size_t start = static_cast<std::size_t>(section.data - text.data());
-    const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(start), '\n');
-    const std::string source = "#line " + std::to_string(line) + "\n" + text.substr(start, section.size);
-    ID3DBlob* code = nullptr;
-    ID3DBlob* errors = nullptr;
-    D3DCompile(source.data(), source.size(), path.c_str(), nullptr, nullptr, "main", profile,
-               D3DCOMPILE_OPTIMIZATION_LEVEL3, 0, &code, &errors);
-    std::string said;
-    if (errors) {
-        said.assign(static_cast<const char*>(errors->GetBufferPointer()), errors->GetBufferSize());
-        errors->Release();
-    }
-    if (code)
-        code->Release();
-    while (!said.empty() && (said.back() == '\0' || said.back() == '\n'))
-        said.pop_back();
-    return said;
-}
-
-bool Compiles(const std::string& path, const std::string& text, const gw::ShaderData& section, gw::EShaderType type,
-              const char* name, const char* profile, std::string& error)
-{
-    gw::CompiledShader compiled;
-    const bool ok = api::D3D11Renderer::CompileShader(section, type, compiled, nullptr);
-    if (!ok)
-        error = path + ": the " + name + " section does not compile\n" + Diagnose(path, text, section, profile);
-    compiled.Destroy();
-    return ok;
-}
-
-bool ReadText(const std::string& path, std::string& text, std::string& error)
-{
-    std::error_code code;
-    if (std::filesystem::is_directory(path, code)) {
-        error = path + ": is a folder";
-        return false;
-    }
-    qs::FileReader reader(qs::Path(qs::PATH_ROOT_NONE, path.c_str()), qs::FileReader::EType(0));
-    if (!reader.IsLoaded()) {
-        error = path + ": the shader file cannot be read";
-        return false;
-    }
-    text.resize(reader.GetFileSize());
-    text.resize(reader.Read(text.data(), text.size()));
-    return true;
-}
-
 } // namespace
 
 qs::ObjectHandle AddBuiltInShader(gw::Renderer& renderer, std::string& error)
@@ -127,19 +69,23 @@ qs::ObjectHandle AddBuiltInShader(gw::Renderer& renderer, std::string& error)
 
 qs::ObjectHandle LoadTextShader(gw::Renderer& renderer, const std::string& path, std::string& error)
 {
-    std::string text;
-    if (!ReadText(path, text, error))
+    apps::ShaderSource source;
+    if (!apps::ReadShaderSource(path, source, error))
         return qs::ObjectHandle::Unassigned;
-    gw::ShaderData vertex, geometry, fragment, compute;
-    gw::SplitShaderText(text.c_str(), text.size(), vertex, geometry, fragment, compute);
+    const auto& [vertex, geometry, fragment, compute] = source.sections;
     if (!fragment.data) {
         error = path + ": no \"[Fragment shader]\" section";
         return qs::ObjectHandle::Unassigned;
     }
-    if (vertex.data && !Compiles(path, text, vertex, gw::eShaderType_Vertex, "vertex", "vs_4_0", error))
-        return qs::ObjectHandle::Unassigned;
-    if (!Compiles(path, text, fragment, gw::eShaderType_Fragment, "fragment", "ps_5_0", error))
-        return qs::ObjectHandle::Unassigned;
+    for (const gw::EShaderType type : {gw::eShaderType_Vertex, gw::eShaderType_Fragment}) {
+        if (!source.sections[type - gw::eShaderType_Vertex].data)
+            continue;
+        const apps::StageResult result = apps::CompileStage(source, type, {});
+        if (!result.isCompiled) {
+            error = path + ": the " + apps::StageName(type) + " section does not compile\n" + result.messages;
+            return qs::ObjectHandle::Unassigned;
+        }
+    }
     const qs::ObjectHandle shader = AddShader(renderer, vertex.data ? vertex : Section(s_vertexSection), fragment);
     if (!shader.IsValid())
         error = path + ": the device does not take the shader";
