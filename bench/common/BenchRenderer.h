@@ -52,6 +52,7 @@ public:
         gw::DataLoader::DestroyCommandManager();
     }
 
+    api::IAPI& GetAPI() { return *m_api; }
     static gw::Renderer& Get() { return *gw::Renderer::GetInstance(); }
 
     static qs::ObjectHandle MakeShader(const char* vertex, const char* fragment)

@@ -39,23 +39,25 @@ std::vector<unsigned> Compile(const char* text, EShLanguage stage)
 
 } // namespace
 
-RawVulkanDevice::RawVulkanDevice()
+RawVulkanDevice::RawVulkanDevice(const std::vector<const char*>& extensions)
 {
-    Open();
+    Open(extensions);
 }
 
-bool RawVulkanDevice::Open()
+bool RawVulkanDevice::Open(const std::vector<const char*>& extensions)
 {
     VkApplicationInfo application{VK_STRUCTURE_TYPE_APPLICATION_INFO};
     application.apiVersion = VK_API_VERSION_1_3;
     VkInstanceCreateInfo info{VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO};
     info.pApplicationInfo = &application;
+    info.enabledExtensionCount = static_cast<uint32_t>(extensions.size());
+    info.ppEnabledExtensionNames = extensions.data();
     if (vkCreateInstance(&info, nullptr, &instance) != VK_SUCCESS) {
         problem = "no Vulkan";
         return false;
     }
     PickDevice();
-    if (!physical || !MakeDevice()) {
+    if (!physical || !MakeDevice(!extensions.empty())) {
         problem = "no Vulkan 1.3 device";
         return false;
     }
@@ -108,7 +110,7 @@ void RawVulkanDevice::PickDevice()
     }
 }
 
-bool RawVulkanDevice::MakeDevice()
+bool RawVulkanDevice::MakeDevice(bool presents)
 {
     const float priority = 1;
     VkDeviceQueueCreateInfo queues{VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO};
@@ -121,6 +123,9 @@ bool RawVulkanDevice::MakeDevice()
     info.pNext = &features;
     info.queueCreateInfoCount = 1;
     info.pQueueCreateInfos = &queues;
+    const char* swapchains = VK_KHR_SWAPCHAIN_EXTENSION_NAME;
+    info.enabledExtensionCount = presents ? 1 : 0;
+    info.ppEnabledExtensionNames = &swapchains;
     if (vkCreateDevice(physical, &info, nullptr, &device) != VK_SUCCESS)
         return false;
     vkGetDeviceQueue(device, family, 0, &queue);

@@ -25,7 +25,8 @@ struct RawVulkanDevice
         VkImageView view = VK_NULL_HANDLE;
     };
 
-    RawVulkanDevice();
+    /// `extensions` are the instance's, for a window; with any of them the device can present.
+    explicit RawVulkanDevice(const std::vector<const char*>& extensions = {});
     ~RawVulkanDevice();
     RawVulkanDevice(const RawVulkanDevice&) = delete;
     RawVulkanDevice& operator=(const RawVulkanDevice&) = delete;
@@ -71,9 +72,9 @@ struct RawVulkanDevice
 #undef RAW_MEMBER
 
 private:
-    bool Open();
+    bool Open(const std::vector<const char*>& extensions);
     void PickDevice();
-    bool MakeDevice();
+    bool MakeDevice(bool presents);
     uint32_t MemoryType(uint32_t bits, VkMemoryPropertyFlags flags) const;
     VkDeviceMemory Allocate(const VkMemoryRequirements& need, VkMemoryPropertyFlags flags);
     void MakeCommands();

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "gleamwork_core/CoreFixture.h"
-#include "platform_window/VirtualDisplay.h"
+#include "common/VirtualDisplay.h"
 
 #include "Gleamwork/RenderFrame.h"
 #include "Gleamwork/dx11/D3D11RenderFrame.h"

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "DeviceKit.h"
-#include "VirtualDisplay.h"
+#include "common/VirtualDisplay.h"
 #include "dxgi1_6.h"
 
 /// Where a test's window is and who draws for it.

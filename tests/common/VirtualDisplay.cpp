@@ -1,5 +1,5 @@
 // Starts Xvfb and openbox.
-#include "VirtualDisplay.h"
+#include "common/VirtualDisplay.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>

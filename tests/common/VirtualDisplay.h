@@ -1,4 +1,4 @@
-// A display of a test's own: an X server without a screen, and a window manager in it.
+// A display of a program's own, for tests and benchmarks: an X server without a screen, and a window manager in it.
 #pragma once
 
 #include <string>
