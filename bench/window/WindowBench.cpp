@@ -16,6 +16,7 @@ namespace {
 constexpr int Width = 1280;
 constexpr int Height = 720;
 constexpr int Resizes = 100;
+constexpr unsigned WarmFrames = 10;
 
 struct Color
 {
@@ -86,6 +87,8 @@ void PresentOurs(BenchRenderer& renderer, benchmark::State& state)
 {
     OurWindow window(renderer);
     unsigned frame = 0;
+    while (frame < WarmFrames)
+        window.Frame(frame++, [] {});
     for (auto _ : state)
         window.Frame(frame++, [] {});
 }
@@ -95,6 +98,8 @@ void PresentRaw(benchmark::State& state)
     BenchWindow window(Width, Height);
     RawVulkanWindow raw(window.Get());
     unsigned frame = 0;
+    while (frame < WarmFrames)
+        raw.Frame(ColorOf(frame++).rgba);
     for (auto _ : state) {
         SDL_PumpEvents();
         raw.Frame(ColorOf(frame++).rgba);
