@@ -4,9 +4,9 @@
 #include "ImageFile.h"
 #include "ImageScene.h"
 #include "Interrupt.h"
-#include "Library.h"
 #include "Messages.h"
 #include "SceneLoading.h"
+#include "common/Library.h"
 #include "draw/SceneFrame.h"
 
 #include <Gleamwork/OffscreenRenderFrame.h>
@@ -63,8 +63,8 @@ int RunImages(const Options& options)
     std::vector<std::unique_ptr<ImageFile>> images;
     if (!LoadImages(options, images))
         return 1;
-    HiddenApp app;
-    Library library(app);
+    apps::HiddenApp app;
+    apps::Library library(app);
     if (!library.Start())
         return Failed("the renderer could not be started");
     ImageScene scene;
@@ -79,7 +79,8 @@ int RunImages(const Options& options)
 }
 
 /// Draws the frames of a scene and writes the last one.
-int DrawScene(const Options& options, Library& library, DeviceScene& scene, const std::vector<SceneCamera>& cameras)
+int DrawScene(const Options& options, apps::Library& library, DeviceScene& scene,
+              const std::vector<SceneCamera>& cameras)
 {
     gw::Renderer& renderer = *gw::details::RendererBase::GetInstance();
     const Size size = options.size.value_or(s_defaultSize);
@@ -112,8 +113,8 @@ int RunScene(const Options& options)
     const LoadingResult loaded = LoadScene(options, progress, data);
     if (loaded != LoadingResult::Loaded)
         return loaded == LoadingResult::Stopped ? InterruptedStatus : 1;
-    HiddenApp app;
-    Library library(app);
+    apps::HiddenApp app;
+    apps::Library library(app);
     if (!library.Start())
         return Failed("the renderer could not be started");
     DeviceScene scene(*gw::details::RendererBase::GetInstance());

@@ -27,7 +27,7 @@ gw::CameraManager& Cameras()
 
 } // namespace
 
-SceneFrame::SceneFrame(Library& library, gw::RenderFrame& frame) : m_library(library), m_frame(frame)
+SceneFrame::SceneFrame(apps::Library& library, gw::RenderFrame& frame) : m_library(library), m_frame(frame)
 {
     m_context.renderer = gw::details::RendererBase::GetInstance();
 }

@@ -1,8 +1,8 @@
 // The frame loop of a scene, whatever it is drawn into: views, stages, cameras, and the order of a frame.
 #pragma once
 
-#include "Library.h"
 #include "Options.h"
+#include "common/Library.h"
 #include "draw/OrbitCamera.h"
 #include "draw/SceneContext.h"
 #include "draw/ViewerView.h"
@@ -19,7 +19,7 @@ namespace gleamview {
 class SceneFrame
 {
 public:
-    SceneFrame(Library& library, gw::RenderFrame& frame);
+    SceneFrame(apps::Library& library, gw::RenderFrame& frame);
     ~SceneFrame();
     SceneFrame(const SceneFrame&) = delete;
     SceneFrame& operator=(const SceneFrame&) = delete;
@@ -44,7 +44,7 @@ private:
     bool ChooseCamera(const std::string& name, std::string& error);
     qs::FixedString Register(gw::CameraController* camera, const std::string& name);
 
-    Library& m_library;
+    apps::Library& m_library;
     gw::RenderFrame& m_frame;
     SceneContext m_context;
     std::unique_ptr<Shaders> m_shaders;

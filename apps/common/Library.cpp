@@ -1,5 +1,5 @@
 // Start, drains and stop of the library.
-#include "Library.h"
+#include "common/Library.h"
 
 #include <Gleamwork/GWDataLoader.h>
 #include <Gleamwork/IAPI.h>
@@ -8,7 +8,7 @@
 #include <qs/Dispatcher.h>
 #include <qs/Profile.h>
 
-namespace gleamview {
+namespace apps {
 
 namespace {
 
@@ -31,7 +31,7 @@ Library::~Library()
 
 bool Library::Start()
 {
-    qs::ThreadManager::GetInstance()->RegisterCurrentThread(s_mainThread, "gleamview");
+    qs::ThreadManager::GetInstance()->RegisterCurrentThread(s_mainThread, "main");
     gw::DataLoader::InitImmediateCommandManager(&m_immediate);
     gw::DataLoader::InitRelaxedCommandManager(&m_relaxed);
     m_api.reset(api::CreateAPI(&m_app));
@@ -41,10 +41,10 @@ bool Library::Start()
 
 void Library::Drain()
 {
-    qs::HProfileSample sample("gleamview::Drain");
+    qs::HProfileSample sample("apps::Library::Drain");
     m_immediate.ExecuteAll();
     m_relaxed.ExecuteAll();
     qs::ThreadManager::GetInstance()->GetDispatcher(s_mainThread)->Drain();
 }
 
-} // namespace gleamview
+} // namespace apps

@@ -11,7 +11,7 @@ namespace api {
 class IAPI;
 }
 
-namespace gleamview {
+namespace apps {
 
 /// Stands where an editor has its main window, for a program that draws into a texture and shows nothing.
 class HiddenWindow final : public gw::Window
@@ -100,4 +100,4 @@ private:
     bool m_started = false;
 };
 
-} // namespace gleamview
+} // namespace apps
