@@ -32,7 +32,7 @@ constexpr RealFile files[] = {
     {"magick_32_runs.tga", "alpha"}, {"magick_8.tga", "grey"},         {"gm_32.tga", "alpha"},
     {"netpbm_24.tga", "colour"},     {"netpbm_24_runs.tga", "colour"}, {"netpbm_32_runs.tga", "alpha"},
     {"netpbm_8_runs.tga", "grey"},   {"ffmpeg_16.tga", nullptr},       {"ffmpeg_24.tga", "colour"},
-    {"ffmpeg_32.tga", "alpha"},      {"ffmpeg_8_runs.tga", "grey"},    {"pillow_24.tga", "colour"},
+    {"ffmpeg_32.tga", "alpha"},      {"ffmpeg_8.tga", "grey"},         {"pillow_24.tga", "colour"},
     {"pillow_24_top.tga", "colour"}, {"pillow_32.tga", "alpha"},       {"pillow_8.tga", "grey"},
     {"icotool_24.cur", "colour"},    {"icotool_32.cur", "alpha"},      {"icotool_8.cur", "palette"},
     {"icotool_png.cur", "alpha"},
