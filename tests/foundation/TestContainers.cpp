@@ -151,6 +151,28 @@ TEST(Array, RefusesAnIndexItCannotGrowTo)
     EXPECT_EQ(copy.GetUsed(), 1u);
 }
 
+TEST(Array, MovesItsBlock)
+{
+    qs::PrimitiveArray<int> array(3);
+    array.SetAt(5, 7);
+    const int* block = array.GetData();
+    qs::PrimitiveArray<int> moved(std::move(array));
+    EXPECT_EQ(array.GetData(), nullptr);
+    EXPECT_EQ(array.GetCapacity() + array.GetSize() + array.GetUsed(), 0u);
+    qs::PrimitiveArray<int> target(1, 4);
+    target = std::move(moved);
+    EXPECT_EQ(target.GetData(), block);
+    EXPECT_EQ(target.GetSize(), 6u);
+    EXPECT_EQ(target.GetUsed(), 1u);
+    target.SetAt(8, 1);
+    EXPECT_EQ(target.GetCapacity(), 11u); // the growth step came along
+    moved.SetAt(0, 2);
+    EXPECT_EQ(moved[0], 2);
+    qs::PrimitiveArray<int>& self = target;
+    target = std::move(self);
+    EXPECT_EQ(target[5], 7);
+}
+
 TEST(FixedStringMap, HoldsOneNodePerText)
 {
     qs::FixedStringMap<int> map(7);

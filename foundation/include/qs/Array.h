@@ -27,7 +27,27 @@ public:
     /// `growthStep` cells are added beyond the wanted index when SetAt grows. With a step of 0 SetAt cannot grow.
     explicit Array(u32 growthStep = 16, u32 capacity = 0) : m_growthStep(growthStep) { SetSize(capacity); }
     Array(const Array& other) : m_growthStep(other.m_growthStep) { CopyFrom(other); }
+    /// The source is left empty and keeps its growth step.
+    Array(Array&& other) noexcept
+        : m_data(std::exchange(other.m_data, nullptr)), m_capacity(std::exchange(other.m_capacity, 0)),
+          m_size(std::exchange(other.m_size, 0)), m_used(std::exchange(other.m_used, 0)),
+          m_growthStep(other.m_growthStep)
+    {
+    }
     virtual ~Array() { Interface::Free(m_data); }
+    /// What this array held is released; the source is left empty.
+    Array& operator=(Array&& other) noexcept
+    {
+        if (this != &other) {
+            Interface::Free(m_data);
+            m_data = std::exchange(other.m_data, nullptr);
+            m_capacity = std::exchange(other.m_capacity, 0);
+            m_size = std::exchange(other.m_size, 0);
+            m_used = std::exchange(other.m_used, 0);
+            m_growthStep = other.m_growthStep;
+        }
+        return *this;
+    }
     Array& operator=(const Array& other)
     {
         if (this != &other) {
@@ -53,8 +73,10 @@ public:
             }
         }
         DropFrom(newCapacity);
-        Interface::Move(block, m_data, m_size);
-        Interface::Fill(block, m_size, newCapacity, DefaultFunctor::Get());
+        if (block) {
+            Interface::Move(block, m_data, m_size);
+            Interface::Fill(block, m_size, newCapacity, DefaultFunctor::Get());
+        }
         Interface::Free(m_data);
         m_data = block;
         m_capacity = newCapacity;

@@ -1,0 +1,9 @@
+# Cloth: what a simulation is given, and the model that it moves.
+list(APPEND GLEAMWORK_SOURCES
+  ClothData.cpp
+  ClothDuplicates.cpp
+  ClothIndices.cpp
+  ClothLinks.cpp
+  ClothPoints.cpp
+  ClothReorder.cpp
+  StagingModelData.cpp)
