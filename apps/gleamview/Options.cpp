@@ -1,6 +1,8 @@
 // Reading of the command line and the help text.
 #include "Options.h"
 
+#include "window/Input.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -96,7 +98,7 @@ constexpr ValueOption s_valueOptions[] = {
     {"--device", [](Options& o, const std::string& v) { return IsDevice(o.device = v); },
      "auto, software, null or a device number"},
     {"--time", [](Options& o, const std::string& v) { return ParseFloat(v, o.time); }, "a number of seconds"},
-    {"--frames", [](Options& o, const std::string& v) { return ParseCount(v, MaxFrames, o.frames); },
+    {"--frames", [](Options& o, const std::string& v) { return ParseCount(v, MaxFrames, o.frames.emplace()); },
      "a number from 1 to 1000000"},
     {"--threads", [](Options& o, const std::string& v) { return ParseCount(v, MaxThreads, o.threads); },
      "a number from 1 to 64"},
@@ -150,6 +152,26 @@ bool ParseOption(Options& options, const std::vector<std::string>& arguments, st
     return false;
 }
 
+/// The window's controls: what the pointer does, and a line for each key.
+std::string KeyHelp()
+{
+    std::string text = R"(
+window:
+  left button      turns; arrow keys too
+  right button     shifts; left with Shift, the middle button, and arrow keys with Shift too
+  wheel, + and -   nearer and farther
+  drop a file      opens it
+)";
+    for (std::size_t i = 0; i < g_keyCount; ++i) {
+        if (g_keys[i].help) {
+            std::string name(g_keys[i].name);
+            name.resize(17, ' ');
+            text += "  " + name + g_keys[i].help + "\n";
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error)
@@ -178,17 +200,18 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 
 std::string HelpText()
 {
-    return R"(usage: gleamview [MODEL|IMAGE]... [options]
+    std::string text = R"(usage: gleamview [MODEL|IMAGE]... [options]
 
-Draws models (obj, gltf, glb, fbx, 3ds, ply, stl, dae and what else assimp reads) and images and writes a picture.
-Without a file it draws a scene of its own. Images alone are drawn flat: one fills the picture, several stand in a grid.
-Beside models they stand as boards.
+Shows models (obj, gltf, glb, fbx, 3ds, ply, stl, dae and what else assimp reads) and images in a window, or draws
+them into a picture. Without a file it shows a scene of its own. In a picture, images alone are drawn flat: one fills
+it, several stand in a grid. Beside models, and in the window, they stand as boards.
 
-  --out PICTURE    file to write; its extension is the format: png, jpg, bmp, tga or dds (default gleamview.png)
-  --size WxH       size of the picture in pixels (default 1280x720). By default an image drawn flat keeps its own
-                   size, and several get cells as large as the largest of them
+  --out PICTURE    draws into a file and opens no window; its extension is the format: png, jpg, bmp, tga or dds
+  --size WxH       size of window or picture in pixels (default 1280x720). By default an image drawn flat keeps its
+                   own size, and several get cells as large as the largest of them
   --device D       auto, software, null (draws nothing) or a device number; the same as GLEAM_DEVICE
-  --frames N       draws N frames, a sixtieth of a second apart; the last one is the picture (default 1)
+  --frames N       draws N frames, a sixtieth of a second apart; the last one is the picture (default 1), and a window
+                   closes behind it
   --trace FILE     writes what every thread did, for the trace viewer of a browser
   --help           this text
 
@@ -217,8 +240,10 @@ Without a vertex section it gets, per pixel, `float4 position : SV_Position` and
 
 One image drawn at its own size without a shader comes out with exactly the source's pixels.
 
-exit status: 0 picture written, 1 the job failed, 2 wrong usage, 130 stopped with Ctrl-C
+exit status: 0 picture written or window closed, 1 the job failed, 2 wrong usage, 130 stopped with Ctrl-C
 )";
+    const std::size_t place = text.find("\nmodels:\n");
+    return text.insert(place, KeyHelp());
 }
 
 } // namespace gleamview

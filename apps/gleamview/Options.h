@@ -27,12 +27,12 @@ struct Options
 {
     std::vector<std::string> files; ///< models and images; none stands for the viewer's own scene
     std::string shader;             ///< text shader file for images; empty draws with the built-in one
-    std::string out = "gleamview.png";
-    std::optional<Size> size; ///< pixels of the picture; without it the images decide, or 1280 by 720
-    std::string device;       ///< value for GLEAM_DEVICE; empty leaves the environment's
-    float time = 0.0f;        ///< seconds, for the shader's constant and the own scene's turning parts
-    unsigned frames = 1;      ///< the last one is the picture
-    unsigned threads = 0;     ///< recordings side by side; 0 for as many as processors
+    std::string out;                ///< picture to write; empty opens a window
+    std::optional<Size> size;       ///< pixels of the picture or window; without it the images decide, or 1280 by 720
+    std::string device;             ///< value for GLEAM_DEVICE; empty leaves the environment's
+    float time = 0.0f;              ///< seconds, for the shader's constant and the own scene's turning parts
+    std::optional<unsigned> frames; ///< the last one is the picture; a window closes behind it
+    unsigned threads = 0;           ///< recordings side by side; 0 for as many as processors
     CameraAngle camera;
     std::string cameraName; ///< a camera of the file; empty takes the orbit camera
     std::string trace;      ///< file of the trace; empty writes none

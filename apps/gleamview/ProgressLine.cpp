@@ -27,6 +27,9 @@ ProgressLine::~ProgressLine()
 
 void ProgressLine::Show(const std::string& what, const std::string& step, float share)
 {
+    if (m_listener) {
+        m_listener(what, step, share);
+    }
     if (Clock::now() < m_next) {
         return;
     }

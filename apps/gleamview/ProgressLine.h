@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace gleamview {
@@ -20,6 +21,9 @@ public:
 
     /// `share` runs from 0 to 1.
     void Show(const std::string& what, const std::string& step, float share);
+    /// Told everything that is shown, as often as it is; for a window beside the terminal.
+    using Listener = std::function<void(const std::string& what, const std::string& step, float share)>;
+    void SetListener(Listener listener) { m_listener = std::move(listener); }
     /// Before other text goes to the terminal.
     void Clear();
 
@@ -28,6 +32,7 @@ private:
 
     std::FILE* m_stream;
     bool m_isTerminal;
+    Listener m_listener;
     Clock::time_point m_next;
     std::size_t m_shown = 0; ///< columns that are to be blanked
 };

@@ -8,6 +8,7 @@
 #include "SceneLoading.h"
 #include "common/Library.h"
 #include "draw/SceneFrame.h"
+#include "window/WindowRun.h"
 
 #include <Gleamwork/OffscreenRenderFrame.h>
 #include <Gleamwork/Renderer.h>
@@ -71,7 +72,7 @@ int RunImages(const Options& options)
     std::string error;
     if (!scene.Create(options, images, error))
         return Failed(error);
-    for (unsigned i = 0; i < options.frames && !WasInterrupted(); ++i)
+    for (unsigned i = 0; i < options.frames.value_or(1) && !WasInterrupted(); ++i)
         scene.Draw();
     if (WasInterrupted())
         return InterruptedStatus;
@@ -95,7 +96,7 @@ int DrawScene(const Options& options, apps::Library& library, DeviceScene& scene
         std::string error;
         if (!sceneFrame.Create(options, scene, cameras, error))
             return Failed(error);
-        for (unsigned i = 0; i < options.frames && !WasInterrupted(); ++i)
+        for (unsigned i = 0; i < options.frames.value_or(1) && !WasInterrupted(); ++i)
             sceneFrame.Draw(options.time + i * s_frameTime, false);
         if (WasInterrupted())
             status = InterruptedStatus;
@@ -139,18 +140,23 @@ int RunScene(const Options& options)
 int Run(const Options& options)
 {
     const auto started = std::chrono::steady_clock::now();
-    if (!CheckPicturePath(options.out))
+    const bool hasWindow = options.out.empty();
+    if (!hasWindow && !CheckPicturePath(options.out))
         return 1;
     if (!options.trace.empty() && !qs::Profiler::Start(options.trace.c_str()))
         return Failed(options.trace + ": the trace could not be started");
     WatchInterrupts();
     const bool isScene = options.files.empty() || HasModel(options.files);
-    int status = isScene ? RunScene(options) : RunImages(options);
+    int status = 0;
+    if (hasWindow)
+        status = RunWindow(options);
+    else
+        status = isScene ? RunScene(options) : RunImages(options);
     if (!options.trace.empty() && !qs::Profiler::Stop() && status == 0)
         status = Failed(options.trace + ": the trace could not be written");
     if (status == InterruptedStatus)
         PrintError("stopped");
-    if (status == 0) {
+    if (status == 0 && !hasWindow) {
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - started;
         std::printf("%s: written in %.2f s\n", options.out.c_str(), seconds.count());
     }

@@ -91,7 +91,8 @@ TEST_F(Gleamview, FailedJobsNameTheFileAndWrongUsageIsTold)
         {image + " --shader " + File("bad.shader"), 1, {"bad.shader", "missing", "(4"}},
     };
     for (const Case& c : cases) {
-        const Outcome outcome = Run(c.arguments);
+        const bool isNamed = c.arguments.find("--out") != std::string::npos;
+        const Outcome outcome = Run(c.arguments + (isNamed ? "" : " --out " + File("failed.png")));
         EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
         for (const std::string& part : c.said)
             EXPECT_NE(outcome.errors.find(part), std::string::npos) << c.arguments << "\n" << outcome.errors;
