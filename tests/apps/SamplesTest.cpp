@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stb/stb_image.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -25,37 +26,71 @@ void PrintTo(const Sample& sample, std::ostream* out)
     *out << sample.name;
 }
 
-class Samples : public testing::TestWithParam<Sample>
+struct Picture
+{
+    explicit Picture(const fs::path& path)
+    {
+        stbi_uc* read = stbi_load(path.c_str(), &width, &height, nullptr, 4);
+        if (read)
+            pixels.assign(read, read + std::size_t(width) * height * 4);
+        stbi_image_free(read);
+    }
+    const stbi_uc* At(const int (&place)[2]) const { return &pixels[std::size_t(place[1] * width + place[0]) * 4]; }
+
+    int width = 0;
+    int height = 0;
+    std::vector<stbi_uc> pixels;
+};
+
+class SampleTest : public testing::Test
 {
 protected:
+    void SetUp() override { fs::create_directories(m_folder); }
     void TearDown() override { fs::remove_all(m_folder); }
+
+    /// The sample's picture; what it has to say on its error stream fails the test.
+    Picture Run(const std::string& name) const
+    {
+        const fs::path errors = m_folder / "errors.txt";
+        const std::string command = std::string(SAMPLES) + "/" + name + " " + (m_folder / "picture.png").string() +
+                                    " >/dev/null 2>" + errors.string();
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        std::ostringstream said;
+        said << std::ifstream(errors).rdbuf();
+        EXPECT_EQ(said.str(), "");
+        return Picture(m_folder / "picture.png");
+    }
 
     const fs::path m_folder = fs::temp_directory_path() / ("samples-test-" + std::to_string(getpid()));
 };
 
+class Samples : public SampleTest, public testing::WithParamInterface<Sample>
+{
+};
+
 TEST_P(Samples, DrawWhatTheyPromise)
 {
-    fs::create_directories(m_folder);
-    const std::string picture = (m_folder / "picture.png").string();
-    const std::string errors = (m_folder / "errors.txt").string();
-    const std::string command =
-        std::string(SAMPLES) + "/" + GetParam().name + " " + picture + " >/dev/null 2>" + errors;
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    std::ostringstream said;
-    said << std::ifstream(errors).rdbuf();
-    EXPECT_EQ(said.str(), "");
-
-    int width = 0;
-    int height = 0;
-    stbi_uc* pixels = stbi_load(picture.c_str(), &width, &height, nullptr, 4);
-    ASSERT_NE(pixels, nullptr);
-    ASSERT_EQ(std::make_pair(width, height), std::make_pair(512, 320));
-    for (int i = 0; i < 4; ++i) {
-        const stbi_uc* pixel = pixels + (PLACES[i][1] * width + PLACES[i][0]) * 4;
+    const Picture picture = Run(GetParam().name);
+    ASSERT_EQ(std::make_pair(picture.width, picture.height), std::make_pair(512, 320));
+    for (int i = 0; i < 4; ++i)
         for (int channel = 0; channel < 3; ++channel)
-            EXPECT_NEAR(pixel[channel], GetParam().colors[i][channel], 3) << "place " << i << ", channel " << channel;
-    }
-    stbi_image_free(pixels);
+            EXPECT_NEAR(picture.At(PLACES[i])[channel], GetParam().colors[i][channel], 3)
+                << "place " << i << ", channel " << channel;
+}
+
+TEST_F(SampleTest, CapturedFilesShowTheSame)
+{
+    const Picture picture = Run("10_capture");
+    ASSERT_FALSE(picture.pixels.empty());
+    EXPECT_EQ(Picture(m_folder / "picture.bmp").pixels, picture.pixels);
+    EXPECT_EQ(Picture(m_folder / "picture.tga").pixels, picture.pixels);
+    const Picture lossy(m_folder / "picture.jpg");
+    ASSERT_EQ(lossy.pixels.size(), picture.pixels.size());
+    for (const auto& place : PLACES)
+        EXPECT_NEAR(lossy.At(place)[0], picture.At(place)[0], 4);
+    EXPECT_EQ(fs::file_size(m_folder / "picture.dds"), 148u - 20u + 512u * 320u * 4u);
+    // Blocks of half a byte a pixel, and a third more for the mips.
+    EXPECT_NEAR(double(fs::file_size(m_folder / "picture.bc1.dds")), 512.0 * 320.0 / 2.0 * 4.0 / 3.0, 300.0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -64,7 +99,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Sample{"02_triangle", {{{70, 75, 195}, {139, 98, 90}, {53, 122, 160}, {20, 23, 28}}}},
                     Sample{"03_texture", {{{207, 213, 214}, {151, 145, 116}, {214, 223, 230}, {41, 41, 46}}}},
                     Sample{"04_recording", {{{64, 140, 204}, {235, 168, 64}, {20, 23, 28}, {143, 97, 184}}}},
-                    Sample{"05_frame", {{{26, 31, 38}, {207, 165, 64}, {26, 31, 38}, {26, 31, 38}}}}),
+                    Sample{"05_frame", {{{26, 31, 38}, {207, 165, 64}, {26, 31, 38}, {26, 31, 38}}}},
+                    Sample{"09_image_formats", {{{148, 147, 128}, {71, 116, 165}, {182, 190, 191}, {165, 150, 107}}}},
+                    Sample{"10_capture", {{{140, 128, 128}, {230, 128, 51}, {110, 128, 153}, {51, 128, 204}}}}),
     testing::PrintToStringParamName());
 
 } // namespace
