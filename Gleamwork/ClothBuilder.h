@@ -3,11 +3,15 @@
 
 #include "Gleamwork/ClothData.h"
 
+#include <string>
+
 namespace gw::details {
 
-/// Whether the mesh can be worked on without leaving its blocks. If not, says why with an error that names `kind` and
-/// `id`; nothing but the indices is read.
-bool CheckStaging(const StagingModelData& staging, const char* function, const char* kind, const char* id);
+/// Whether the mesh can be worked on without leaving its blocks. If not, says why with an error that names the owner;
+/// nothing but the indices is read.
+bool CheckStaging(const StagingModelData& staging, const char* function, const char* owner);
+/// How messages name a cloth.
+std::string GetClothOwner(const qs::FixedString& id);
 
 /// The whole triangles of the mesh with each copy replaced by its source.
 void BuildIndices(const StagingModelData& staging, const qs::PrimitiveSet<DuplicateIndices>& duplicates,

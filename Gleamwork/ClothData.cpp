@@ -15,12 +15,12 @@ constexpr const char* FILE_NAME = "Gleamwork/ClothData";
 // More simulated vertices than this make frames slow.
 constexpr std::uint32_t SIMULATED_VERTICES_SOFT_LIMIT = 400;
 
-bool CheckClothAttributes(const StagingModelData& staging, const char* id)
+bool CheckClothAttributes(const StagingModelData& staging, const char* owner)
 {
     for (const EAttributeUsage usage : {eAttributeUsage_Position, eAttributeUsage_Color}) {
         std::uint32_t offset;
         if (!staging.GetAttributeUsageOffset(usage, offset)) {
-            QS_LOG_ERROR(FILE_NAME, "gw::BuildClothData", "The mesh of cloth \"%s\" has no %s.", id,
+            QS_LOG_ERROR(FILE_NAME, "gw::BuildClothData", "The mesh of %s has no %s.", owner,
                          usage == eAttributeUsage_Color ? "colours, which hold the weights" : "positions");
             return false;
         }
@@ -56,8 +56,9 @@ void ReadWeights(const StagingModelData& staging, qs::PrimitiveArray<float>& wei
 
 void BuildClothData(const StagingModelData& staging, ClothData& data)
 {
-    const char* id = data.id.ToChar();
-    if (!details::CheckStaging(staging, "gw::BuildClothData", "cloth", id) || !CheckClothAttributes(staging, id)) {
+    const std::string owner = details::GetClothOwner(data.id);
+    if (!details::CheckStaging(staging, "gw::BuildClothData", owner.c_str()) ||
+        !CheckClothAttributes(staging, owner.c_str())) {
         return;
     }
     ReadPositions(staging, data.positions);

@@ -41,13 +41,13 @@ std::uint64_t GetNeededSize(const StagingModelData& staging)
     return needed;
 }
 
-bool CheckIndices(const StagingModelData& staging, const char* function, const char* kind, const char* id)
+bool CheckIndices(const StagingModelData& staging, const char* function, const char* owner)
 {
     for (std::int32_t i = 0; i < staging.indexCount; ++i) {
         const std::uint32_t index = staging.GetIndex(i);
         if (index >= std::uint32_t(staging.vertexCount)) {
-            QS_LOG_ERROR(FILE_NAME, function, "Index %d of the mesh of %s \"%s\" is %u, but there are %d vertices.", i,
-                         kind, id, index, staging.vertexCount);
+            QS_LOG_ERROR(FILE_NAME, function, "Index %d of the mesh of %s is %u, but there are %d vertices.", i, owner,
+                         index, staging.vertexCount);
             return false;
         }
     }
@@ -56,26 +56,31 @@ bool CheckIndices(const StagingModelData& staging, const char* function, const c
 
 } // namespace
 
-bool CheckStaging(const StagingModelData& staging, const char* function, const char* kind, const char* id)
+bool CheckStaging(const StagingModelData& staging, const char* function, const char* owner)
 {
     if (staging.vertexCount < 0 || staging.indexCount < 0 || (staging.vertexCount > 0 && !staging.vertices) ||
         (staging.indexCount > 0 && !staging.indices) || (staging.attributeCount > 0 && !staging.format)) {
-        QS_LOG_ERROR(FILE_NAME, function, "The mesh of %s \"%s\" has counts without blocks: %d vertices, %d indices.",
-                     kind, id, staging.vertexCount, staging.indexCount);
+        QS_LOG_ERROR(FILE_NAME, function, "The mesh of %s has counts without blocks: %d vertices, %d indices.", owner,
+                     staging.vertexCount, staging.indexCount);
         return false;
     }
     if (staging.vertexCount > MAX_CLOTH_VERTICES) {
-        QS_LOG_ERROR(FILE_NAME, function, "The mesh of %s \"%s\" has %d vertices; at most %d are possible.", kind, id,
+        QS_LOG_ERROR(FILE_NAME, function, "The mesh of %s has %d vertices; at most %d are possible.", owner,
                      staging.vertexCount, MAX_CLOTH_VERTICES);
         return false;
     }
     const std::uint64_t needed = GetNeededSize(staging);
     if (needed > staging.vertexSize) {
-        QS_LOG_ERROR(FILE_NAME, function, "The attributes in the mesh of %s \"%s\" need %llu bytes, a vertex has %u.",
-                     kind, id, static_cast<unsigned long long>(needed), staging.vertexSize);
+        QS_LOG_ERROR(FILE_NAME, function, "The attributes in the mesh of %s need %llu bytes, a vertex has %u.", owner,
+                     static_cast<unsigned long long>(needed), staging.vertexSize);
         return false;
     }
-    return CheckIndices(staging, function, kind, id);
+    return CheckIndices(staging, function, owner);
+}
+
+std::string GetClothOwner(const qs::FixedString& id)
+{
+    return std::string("cloth \"") + id.ToChar() + '"';
 }
 
 void BuildIndices(const StagingModelData& staging, const qs::PrimitiveSet<DuplicateIndices>& duplicates,

@@ -139,6 +139,7 @@ private:
     void UpdateVertices(RendererCommandBuffer& commands, const StreamCollection& streams, const FormatDesc* format,
                         const char* packed, std::uint32_t stride, bool dynamic);
 
+protected: // for models that share what another one owns
     std::uint32_t m_indexCount = 0;
     std::uint32_t m_indexSize = 0;
     std::uint32_t m_vertexCount = 0;
@@ -148,6 +149,8 @@ private:
     VertexBufferID m_vertexBuffer;
     IndexBufferID m_indexBuffer;
     EPrimitiveTopology m_topology = ePrimitiveTopology_TriangleList;
+
+private:
     PickingData m_picking;
 };
 

@@ -4,6 +4,9 @@ list(APPEND GLEAMWORK_SOURCES
   ClothDuplicates.cpp
   ClothIndices.cpp
   ClothLinks.cpp
+  ClothModel.cpp
+  ClothModelSkinning.cpp
   ClothPoints.cpp
   ClothReorder.cpp
+  ModelProxy.cpp
   StagingModelData.cpp)
