@@ -122,4 +122,80 @@ TEST_F(RecordThreads, BuffersReplayInTheOrderOfTheirHandOver)
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
+/// A DDS file of 4 by 4 texels of one colour.
+std::vector<unsigned char> MakeDds(const Pixel& color)
+{
+    std::uint32_t header[32] = {};
+    std::memcpy(header, "DDS ", 4);
+    header[1] = 124;
+    header[2] = 0x100f; // caps, height, width, pitch and pixel format are there
+    header[3] = header[4] = 4;
+    header[5] = 16;
+    header[19] = 32;
+    header[20] = 0x41; // RGB with alpha
+    header[22] = 32;
+    header[23] = 0x000000ff;
+    header[24] = 0x0000ff00;
+    header[25] = 0x00ff0000;
+    header[26] = 0xff000000;
+    header[27] = 0x1000;
+    std::vector<unsigned char> file(sizeof header + 16 * sizeof color);
+    std::memcpy(file.data(), header, sizeof header);
+    for (int i = 0; i < 16; ++i) {
+        std::memcpy(file.data() + sizeof header + i * sizeof color, &color, sizeof color);
+    }
+    return file;
+}
+
+class StreamedPictures : public RecordTest
+{
+protected:
+    StreamedPictures() { m_device = "software"; }
+};
+
+TEST_F(StreamedPictures, EachFrameShowsWhatWasStreamedBeforeIt)
+{
+    constexpr int last = 120;
+    const Pixel first = {0, 9, 200, 255};
+    const qs::ObjectHandle texture = MakeTexture(1, 1, &first);
+    std::atomic<int> streamed = 0;
+    std::thread loader([&] {
+        for (int i = 1; i <= last; ++i) {
+            const std::vector<unsigned char> file = MakeDds({static_cast<unsigned char>(i), 9, 200, 255});
+            std::int64_t original = 0;
+            std::int64_t mips = 0;
+            gw::DataLoader::InvokeStreamTexture(texture, qs::Path(qs::PATH_ROOT_NONE, "streamed.dds"), false, 0,
+                                                {file.data(), file.size()}, original, mips);
+            streamed = i;
+            // Others come and go under the same frames.
+            gw::DataLoader::InvokeRemoveTexture(MakeTexture(1, 1, &first), i % 2 == 0);
+            std::this_thread::yield();
+        }
+    });
+    Buffer buffer;
+    int shown = 0;
+    bool isLast = false;
+    while (!isLast) {
+        isLast = streamed == last;
+        buffer.SetRenderTargets(1, &m_target, nullptr, nullptr, TEXTURE_NONE, false, -1);
+        RecordDraw(buffer, texture, Vector4f(1, 1, 1, 1));
+        gw::DataLoader::InvokeExecuteRCB(&buffer);
+        m_immediate.ExecuteAll();
+        m_relaxed.ExecuteAll();
+        const std::vector<Pixel> pixels = ReadPixels(m_target);
+        m_renderer->EndFrame(false);
+        EXPECT_EQ(pixels[0][1], 9);
+        EXPECT_EQ(pixels[0], pixels[63]) << "a picture of two textures";
+        EXPECT_GE(pixels[0][0], shown) << "an older texture came back";
+        EXPECT_LE(pixels[0][0], streamed + 1); // the loader counts behind its call
+        shown = pixels[0][0];
+    }
+    loader.join();
+    RecordDraw(buffer, texture, Vector4f(1, 1, 1, 1));
+    Replay(buffer);
+    EXPECT_EQ(ReadPixels(m_target)[0][0], last);
+    m_renderer->RemoveTexture(texture, true, true);
+    m_renderer->ClearTextures(true);
+}
+
 } // namespace
