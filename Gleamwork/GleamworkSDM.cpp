@@ -4,6 +4,7 @@
 #include "Gleamwork/APIEventManager.h"
 #include "Gleamwork/CameraManager.h"
 #include "Gleamwork/GWFS.h"
+#include "Gleamwork/LineMan.h"
 #include "Gleamwork/WindowEventManager.h"
 #include "Gleamwork/dx11/D3D11Module.h"
 
@@ -44,6 +45,7 @@ void GleamworkSDM::Init()
     qs::MemoryTrackerSample sample("GleamworkSDM");
     api::BindGraphicsSystem();
     GWFS::Init();
+    gw::LineMan::_SDMInit();
     gw::APIEventManager::_SDMInit();
     gw::WindowEventManager::_SDMInit();
     gw::CameraManager::_SDMInit();
@@ -59,6 +61,7 @@ void GleamworkSDM::Shutdown()
     gw::CameraManager::_SDMShutdown();
     gw::WindowEventManager::_SDMShutdown();
     gw::APIEventManager::_SDMShutdown();
+    gw::LineMan::_SDMShutdown();
     GWFS::Shutdown();
     api::UnbindGraphicsSystem();
 }

@@ -109,6 +109,9 @@ public:
     }
     const T& GetAt(u32 index) const { return const_cast<Array*>(this)->GetAt(index); }
 
+    /// Puts the default into every cell and keeps the memory.
+    void Clear() { DropFrom(0); }
+
     /// One past the highest cell written.
     u32 GetSize() const { return m_size; }
     u32 GetCapacity() const { return m_capacity; }

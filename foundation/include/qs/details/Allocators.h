@@ -37,7 +37,7 @@ struct MallocInterface
     }
     static void Move(T* target, const T* source, u64 count)
     {
-        if (count != 0) {
+        if (target && count != 0) {
             std::memcpy(static_cast<void*>(target), source, count * sizeof(T));
         }
     }

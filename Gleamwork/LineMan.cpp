@@ -1,0 +1,165 @@
+// The lists of debug lines.
+#include "Gleamwork/LineMan.h"
+
+#include <qs/Log.h>
+#include <qs/Profile.h>
+
+namespace gw {
+namespace {
+
+constexpr const char* FILE_NAME = "LineMan.cpp";
+
+template <class Lines>
+void DestroyAll(Lines& lines)
+{
+    for (auto* line : lines) {
+        delete line;
+    }
+    lines.Clear();
+}
+
+} // namespace
+
+LineMan::LineMan() = default;
+
+LineMan::~LineMan()
+{
+    Clear();
+}
+
+void LineMan::AddPoints(const Vector3f* points, const unsigned short& count, const Vector4f& color, float lifeTime,
+                        const Matrix4x4f& transform)
+{
+    qs::HProfileSample sample("gw::LineMan::AddPoints");
+    qs::CSLock lock(m_lock);
+    if (count % 2 != 0) {
+        QS_LOG_ASSERT(FILE_NAME, "gw::LineMan::AddPoints", "Assert! [Replace me with a better description]");
+        return;
+    }
+    if (Global->debugLines == 0) {
+        return;
+    }
+    if (Line* line = ProvideLine(color, lifeTime)) {
+        line->AddPoints(points, count, transform);
+    }
+}
+
+Line* LineMan::GetLine(const Vector4f& color) const
+{
+    return m_worldIndex.Find(color, 0.0f);
+}
+
+Line* LineMan::GetFrameDebugLine(const Vector4f& color) const
+{
+    return m_frameIndex.Find(color, 0.0f);
+}
+
+Line* LineMan::GetLifeDebugLine(const Vector4f& color, float lifeTime) const
+{
+    return m_lifeIndex.Find(color, lifeTime);
+}
+
+Line* LineMan::ProvideLine(const Vector4f& color, float lifeTime)
+{
+    const bool debug = IsDebugLine(lifeTime);
+    const bool mortal = debug && lifeTime != 0.0f;
+    Line* line = mortal ? GetLifeDebugLine(color, lifeTime) : debug ? GetFrameDebugLine(color) : GetLine(color);
+    if (line) {
+        return line;
+    }
+    line = new Line(ePrimitiveTopology_LineList);
+    if (!line) {
+        QS_LOG_ERROR(FILE_NAME, "gw::LineMan::AddPoints", "Out of memory: points of a new colour are dropped.");
+        return nullptr;
+    }
+    line->SetColor(color);
+    line->SetLifeTime(lifeTime);
+    LineSet& lines = mortal ? m_lifeLines : debug ? m_frameLines : m_worldLines;
+    LineIndex& index = mortal ? m_lifeIndex : debug ? m_frameIndex : m_worldIndex;
+    lines.Add(line);
+    index.Add(color, mortal ? lifeTime : 0.0f, line);
+    return line;
+}
+
+void LineMan::AddLine(const Vector3f& a, const Vector3f& b, const Vector4f& color, float lifeTime)
+{
+    const Vector3f points[] = {a, b};
+    AddPoints(points, 2, color, lifeTime, Matrix4x4f());
+}
+
+void LineMan::AddLine(Line* line)
+{
+    qs::CSLock lock(m_lock);
+    if (!line || m_userLines.Contains(line)) {
+        QS_LOG_ASSERT(FILE_NAME, "gw::LineMan::AddLine", "%s",
+                      line ? "The line is registered already." : "A null line cannot be registered.");
+        return;
+    }
+    m_userLines.Add(line);
+}
+
+void LineMan::RemoveLine(Line* line)
+{
+    qs::CSLock lock(m_lock);
+    if (const std::int64_t position = m_userLines.Find(line); position >= 0) {
+        m_userLines.RemoveAt(std::uint32_t(position));
+    }
+}
+
+void LineMan::Add2DLine(const Vector2f& a, const Vector2f& b, const Vector4f& color, float lifeTime)
+{
+    qs::CSLock lock(m_lock);
+    auto* line = new Line2D(ePrimitiveTopology_LineList);
+    if (!line) {
+        QS_LOG_ERROR(FILE_NAME, "gw::LineMan::Add2DLine", "Out of memory: a line is dropped.");
+        return;
+    }
+    const Vector2f points[] = {a, b};
+    line->SetColor(color);
+    line->SetLifeTime(lifeTime);
+    line->AddPoints(points, 2);
+    m_lines2D.Add(line);
+}
+
+void LineMan::Update(const qs::GameTime& time)
+{
+    qs::CSLock lock(m_lock);
+    for (Line* line : m_frameLines) {
+        line->Clear();
+    }
+    // What is left of a life time is part of its line's key.
+    m_lifeIndex.Clear();
+    for (std::uint32_t i = 0; i < m_lifeLines.GetSize();) {
+        Line* line = m_lifeLines[i];
+        const float left = line->GetLifeTime() - time.timeStep;
+        if (left > 0.0f) {
+            line->SetLifeTime(left);
+            m_lifeIndex.Add(line->GetColor(), left, line);
+            ++i;
+        } else {
+            delete line;
+            m_lifeLines.RemoveAt(i);
+        }
+    }
+}
+
+void LineMan::Clear()
+{
+    qs::CSLock lock(m_lock);
+    DestroyAll(m_worldLines);
+    DestroyAll(m_frameLines);
+    DestroyAll(m_lifeLines);
+    DestroyAll(m_userLines);
+    m_worldIndex.Clear();
+    m_frameIndex.Clear();
+    m_lifeIndex.Clear();
+    Clear2DLines();
+}
+
+void LineMan::Clear2DLines()
+{
+    qs::CSLock lock(m_lock);
+    DestroyAll(m_lines2D);
+}
+
+} // namespace gw
