@@ -54,8 +54,8 @@ public:
     /// Gives the line back to the caller. The order of the other registered lines may change. A line that is not
     /// registered is ignored.
     void RemoveLine(Line* line);
-    /// From (-1, -1) to (1, 1) in the view's viewport, as Setup2DMode(-1, 1, -1, 1) places them. Each is a line of its
-    /// own; the life time is kept but does not count.
+    /// From (0, 0) at the top left of the view's viewport to (2, 2) at its bottom right, as Setup2DMode(-1, 1, -1, 1)
+    /// places them. Each is a line of its own; the life time is kept but does not count.
     void Add2DLine(const Vector2f& a, const Vector2f& b, const Vector4f& color, float lifeTime);
 
     // Shapes of straight edges: LineShapes.cpp
