@@ -75,6 +75,49 @@ TEST_F(Queries, CountsNestAndSpanPassesAndSubmissions)
     }
 }
 
+// As many events of a frame do: one begins where the last ended, and some hold nothing.
+TEST_F(Queries, NeighboursShareTheirBoundsAndNotTheirCounts)
+{
+    constexpr D3D11_QUERY statistics = D3D11_QUERY_PIPELINE_STATISTICS;
+    struct Event
+    {
+        ComPtr<ID3D11Query> counts, start, end;
+    };
+    const auto outer = Make(statistics);
+    Event events[4];
+    for (int round = 0; round < 2; ++round) {
+        context->Begin(outer.Get());
+        for (int i = 0; i < 4; ++i) {
+            if (round == 0) {
+                events[i] = {Make(statistics), Make(D3D11_QUERY_TIMESTAMP), Make(D3D11_QUERY_TIMESTAMP)};
+            }
+            context->Begin(events[i].counts.Get());
+            context->End(events[i].start.Get());
+            for (int draw = 0; draw < i; ++draw) {
+                Fill(white.Get());
+            }
+            if (i == 2) {
+                context->Flush();
+            }
+            context->End(events[i].end.Get());
+            context->End(events[i].counts.Get());
+        }
+        Fill(white.Get());
+        context->End(outer.Get());
+        UINT64 last = 0;
+        for (UINT64 i = 0; i < 4; ++i) {
+            EXPECT_EQ(3 * i, Get<D3D11_QUERY_DATA_PIPELINE_STATISTICS>(events[i].counts.Get()).IAVertices) << i;
+            const UINT64 start = Get<UINT64>(events[i].start.Get());
+            const UINT64 end = Get<UINT64>(events[i].end.Get());
+            EXPECT_LE(last, start) << i;
+            EXPECT_EQ(i == 0, start == end) << i;
+            EXPECT_LE(start, end) << i;
+            last = end;
+        }
+        EXPECT_EQ(21u, Get<D3D11_QUERY_DATA_PIPELINE_STATISTICS>(outer.Get()).IAVertices);
+    }
+}
+
 TEST_F(Queries, TimesRunForwardsAndEventsFollowTheWork)
 {
     const auto disjoint = Make(D3D11_QUERY_TIMESTAMP_DISJOINT), first = Make(D3D11_QUERY_TIMESTAMP);

@@ -88,7 +88,6 @@ VkCommandBuffer CommandStream::Ahead()
     if (!m_ahead) {
         Begin(m_current->ahead);
         m_ahead = m_current->ahead;
-        m_hasWork = true;
     }
     if (m_uploads.IsPending()) {
         m_uploads.Record(m_ahead, m_current->slices);
@@ -205,7 +204,6 @@ void CommandStream::Submit(const QueueSync* sync)
     m_inFlight.push_back(m_current);
     m_current = nullptr;
     m_main = m_ahead = VK_NULL_HANDLE;
-    m_hasWork = false;
     m_bytes = 0;
     m_draws = 0;
     TakeSubmission();

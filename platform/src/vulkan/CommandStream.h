@@ -23,13 +23,17 @@ public:
     /// The command buffer of the work in order, begun at the first call of a submission.
     VkCommandBuffer Main()
     {
-        m_hasWork = true;
-        return m_main ? m_main : BeginMain();
+        ++m_works;
+        return Marks();
     }
+    /// The same, for what is no work by itself: times, counters and labels.
+    VkCommandBuffer Marks() { return m_main ? m_main : BeginMain(); }
+    /// As long as it stays the same, nothing was recorded but marks.
+    std::uint64_t Works() const { return m_works; }
     /// Runs ahead of Main(); for resources that Main() has not touched. Holds all queued first contents already.
     VkCommandBuffer Ahead();
 
-    bool HasWork() const { return m_hasWork || m_uploads.IsPending(); }
+    bool HasWork() const { return m_main || m_ahead || m_uploads.IsPending(); }
 
     /// Memory for data of this submission alone. `alignment` is a power of two up to 256.
     Slice Transient(VkDeviceSize size, VkDeviceSize alignment = 16);
@@ -101,7 +105,7 @@ private:
     Submission* m_current = nullptr;
     VkCommandBuffer m_main = VK_NULL_HANDLE;
     VkCommandBuffer m_ahead = VK_NULL_HANDLE;
-    bool m_hasWork = false;
+    std::uint64_t m_works = 0;
     Slice m_transient;
     VkDeviceSize m_transientUsed = 0;
     VkDeviceSize m_bytes = 0;
@@ -109,7 +113,6 @@ private:
     uint32_t m_draws = 0;
     std::array<std::vector<Slice>, SlicePool::ClassCount> m_renames;
     std::vector<VkDescriptorPool> m_freePools;
-    std::size_t m_usedPools = 0;
 };
 
 } // namespace gleam

@@ -81,7 +81,7 @@ VkCommandBuffer Context::Commands()
 {
     const VkCommandBuffer commands = m_stream.Main();
     if (m_queries.NeedsResume()) {
-        m_queries.Resume(commands);
+        m_queries.Resume();
     }
     return commands;
 }

@@ -11,7 +11,7 @@ namespace gleam {
 Context::Context(VulkanDevice& device, ID3D11Device* published)
     : DeviceChild(published), m_owner(device), m_gpu(device.gpu), m_vk(device.gpu.vk),
       m_stream(device.gpu, device.uploads), m_pipelines(device.gpu, device.deadShaders),
-      m_queries(device.gpu, device.segments), m_annotation(*this), m_defaultSampler(device.DefaultSampler()),
+      m_queries(device.gpu, m_stream, device.segments), m_annotation(*this), m_defaultSampler(device.DefaultSampler()),
       m_markers(DebugSwitch("markers"))
 {
 }
@@ -49,7 +49,7 @@ void Context::BeforeSubmit()
     EndPass();
     RecordBarriers();
     const VkCommandBuffer commands = m_stream.Main();
-    m_queries.Pause(commands, m_stream.Serial());
+    m_queries.Pause();
     // A label may end behind its submission, but drivers keep the stack per command buffer and do not look whether it
     // is empty (Mesa 22 writes below it). So each command buffer is left balanced.
     for (; m_openLabels > 0; --m_openLabels) {
@@ -124,7 +124,10 @@ void Context::Begin(ID3D11Asynchronous* object)
             return;
         }
         FlushClears();
-        m_queries.Begin(*query, OutsidePass());
+        if (m_queries.Cuts(*query)) {
+            OutsidePass();
+        }
+        m_queries.Begin(*query);
     } catch (const VulkanError& error) {
         m_gpu.Report(error, "ID3D11DeviceContext::Begin");
     }
@@ -144,10 +147,13 @@ void Context::End(ID3D11Asynchronous* object)
         if (query->Kind() == D3D11_QUERY_TIMESTAMP) {
             // Clears that wait belong in front of the time that is taken.
             FlushClears();
-            m_queries.WriteTimestamp(*query, Commands(), m_stream.Serial());
+            m_queries.WriteTimestamp(*query);
         } else if (query->HasBegin() && query->Kind() != D3D11_QUERY_TIMESTAMP_DISJOINT) {
             FlushClears();
-            m_queries.End(*query, OutsidePass());
+            if (m_queries.Cuts(*query)) {
+                OutsidePass();
+            }
+            m_queries.End(*query);
         }
         const bool hasWork = m_stream.HasWork() || !m_clears.empty();
         query->isActive = false;
@@ -239,7 +245,7 @@ INT Context::BeginLabel(LPCWSTR name)
     if (m_gpu.HasDebugUtils()) {
         VkDebugUtilsLabelEXT label{VK_STRUCTURE_TYPE_DEBUG_UTILS_LABEL_EXT};
         label.pLabelName = text.c_str();
-        m_gpu.InstanceVk().CmdBeginDebugUtilsLabelEXT(m_stream.Main(), &label);
+        m_gpu.InstanceVk().CmdBeginDebugUtilsLabelEXT(m_stream.Marks(), &label);
         ++m_openLabels;
     }
     return m_labelDepth++;
@@ -255,7 +261,7 @@ INT Context::EndLabel()
     }
     --m_labelDepth;
     if (m_openLabels > 0) {
-        m_gpu.InstanceVk().CmdEndDebugUtilsLabelEXT(m_stream.Main());
+        m_gpu.InstanceVk().CmdEndDebugUtilsLabelEXT(m_stream.Marks());
         --m_openLabels;
     }
     return m_labelDepth;
@@ -273,7 +279,7 @@ void Context::SetLabel(LPCWSTR name)
     if (m_gpu.HasDebugUtils()) {
         VkDebugUtilsLabelEXT label{VK_STRUCTURE_TYPE_DEBUG_UTILS_LABEL_EXT};
         label.pLabelName = text.c_str();
-        m_gpu.InstanceVk().CmdInsertDebugUtilsLabelEXT(m_stream.Main(), &label);
+        m_gpu.InstanceVk().CmdInsertDebugUtilsLabelEXT(m_stream.Marks(), &label);
     }
 }
 

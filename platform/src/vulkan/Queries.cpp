@@ -1,10 +1,10 @@
 // Records segments and sums them up.
 #include "vulkan/Queries.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "common/Validation.h"
+#include "vulkan/CommandStream.h"
 
 namespace gleam {
 namespace {
@@ -46,12 +46,13 @@ void QuerySegments::GrowNolock(EQueryHeap heap)
     VkQueryPool pool = VK_NULL_HANDLE;
     Check(m_gpu.vk.CreateQueryPool(m_gpu.device, &create, nullptr, &pool), "vkCreateQueryPool");
     m_pools.push_back(pool);
+    auto& free = m_free[static_cast<std::size_t>(heap)];
     for (uint32_t i = 0; i < QueriesPerPool; ++i) {
         auto segment = std::make_unique<QuerySegment>();
         segment->pool = pool;
-        segment->index = QueriesPerPool - 1 - i;
+        segment->index = i;
         segment->heap = heap;
-        m_free[static_cast<std::size_t>(heap)].push_back(segment.get());
+        free.push_front(segment.get());
         m_all.push_back(std::move(segment));
     }
 }
@@ -60,15 +61,11 @@ QuerySegment* QuerySegments::Acquire(EQueryHeap heap)
 {
     std::lock_guard lock(m_mutex);
     auto& free = m_free[static_cast<std::size_t>(heap)];
-    const std::uint64_t completed = m_gpu.CompletedSerial();
-    const auto isDone = [&](const QuerySegment* segment) { return segment->serial <= completed; };
-    auto found = std::find_if(free.rbegin(), free.rend(), isDone);
-    if (found == free.rend()) {
+    if (free.empty() || free.front()->serial > m_gpu.CompletedSerial()) {
         GrowNolock(heap);
-        found = free.rbegin();
     }
-    QuerySegment* segment = *found;
-    free.erase(std::next(found).base());
+    QuerySegment* segment = free.front();
+    free.pop_front();
     segment->holders = 1;
     segment->isRead = false;
     m_gpu.vk.ResetQueryPool(m_gpu.device, segment->pool, segment->index, 1);
@@ -130,6 +127,12 @@ void Query::Cover(QuerySegment* segment)
 {
     m_pool->AddHolder(segment);
     m_covered.push_back(segment);
+}
+
+void Query::UncoverLast()
+{
+    m_pool->Release(m_covered.back());
+    m_covered.pop_back();
 }
 
 std::array<std::uint64_t, StatisticsCount> Query::Sum(Gpu& gpu)
@@ -198,76 +201,105 @@ QueryRecorder::~QueryRecorder()
             query->RemoveUse();
         }
     }
+    if (m_lastTime) {
+        m_segments->Release(m_lastTime);
+    }
 }
 
-void QueryRecorder::Start(Lane& lane, EQueryHeap heap, VkCommandBuffer commands)
+bool QueryRecorder::Cuts(const Lane& lane) const
+{
+    return !lane.running || lane.startWorks != m_stream.Works();
+}
+
+void QueryRecorder::Start(Lane& lane, EQueryHeap heap)
 {
     if (lane.active.empty()) {
         return;
     }
     lane.running = m_segments->Acquire(heap);
+    lane.startWorks = m_stream.Works();
     for (Query* query : lane.active) {
         query->Cover(lane.running);
     }
     const bool isPrecise = heap == EQueryHeap::Occlusion && m_gpu.features.preciseOcclusion;
-    m_gpu.vk.CmdBeginQuery(commands, lane.running->pool, lane.running->index,
+    m_gpu.vk.CmdBeginQuery(m_stream.Marks(), lane.running->pool, lane.running->index,
                            isPrecise ? VK_QUERY_CONTROL_PRECISE_BIT : 0);
 }
 
-void QueryRecorder::Stop(Lane& lane, VkCommandBuffer commands, std::uint64_t serial)
+void QueryRecorder::Stop(Lane& lane)
 {
     if (QuerySegment* segment = std::exchange(lane.running, nullptr)) {
-        m_gpu.vk.CmdEndQuery(commands, segment->pool, segment->index);
-        segment->serial = serial;
+        m_gpu.vk.CmdEndQuery(m_stream.Marks(), segment->pool, segment->index);
+        segment->serial = m_stream.Serial();
         m_segments->Release(segment);
     }
 }
 
-void QueryRecorder::Begin(Query& query, VkCommandBuffer commands)
+void QueryRecorder::Begin(Query& query)
 {
     query.Restart();
     query.isActive = true;
     query.AddUse();
     Lane& lane = LaneOf(query);
-    Stop(lane, commands, m_gpu.RecordingSerial());
+    const bool cuts = Cuts(lane);
+    if (cuts) {
+        Stop(lane);
+    }
     lane.active.push_back(&query);
-    Start(lane, query.Heap(), commands);
+    if (cuts) {
+        Start(lane, query.Heap());
+    } else {
+        query.Cover(lane.running);
+    }
 }
 
-void QueryRecorder::End(Query& query, VkCommandBuffer commands)
+void QueryRecorder::End(Query& query)
 {
     Lane& lane = LaneOf(query);
-    Stop(lane, commands, m_gpu.RecordingSerial());
+    const bool cuts = Cuts(lane);
+    if (!cuts) {
+        query.UncoverLast();
+    }
     std::erase(lane.active, &query);
     query.isActive = false;
-    Start(lane, query.Heap(), commands);
+    if (cuts || lane.active.empty()) {
+        Stop(lane);
+        Start(lane, query.Heap());
+    }
     query.RemoveUse();
 }
 
-void QueryRecorder::WriteTimestamp(Query& query, VkCommandBuffer commands, std::uint64_t serial)
+void QueryRecorder::WriteTimestamp(Query& query)
 {
     query.Restart();
-    QuerySegment* segment = m_segments->Acquire(EQueryHeap::Timestamp);
-    segment->serial = serial;
-    m_gpu.vk.CmdWriteTimestamp2(commands, VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT, segment->pool, segment->index);
-    query.Cover(segment);
-    m_segments->Release(segment);
+    if (!m_lastTime || m_lastTime->serial != m_stream.Serial() || m_lastTimeWorks != m_stream.Works()) {
+        QuerySegment* segment = m_segments->Acquire(EQueryHeap::Timestamp);
+        segment->serial = m_stream.Serial();
+        m_gpu.vk.CmdWriteTimestamp2(m_stream.Marks(), VK_PIPELINE_STAGE_2_ALL_COMMANDS_BIT, segment->pool,
+                                    segment->index);
+        if (m_lastTime) {
+            m_segments->Release(m_lastTime);
+        }
+        m_lastTime = segment;
+        m_lastTimeWorks = m_stream.Works();
+    }
+    query.Cover(m_lastTime);
 }
 
-void QueryRecorder::Resume(VkCommandBuffer commands)
+void QueryRecorder::Resume()
 {
     m_paused = false;
     for (std::size_t i = 0; i < m_lanes.size(); ++i) {
         if (!m_lanes[i].running) {
-            Start(m_lanes[i], static_cast<EQueryHeap>(i), commands);
+            Start(m_lanes[i], static_cast<EQueryHeap>(i));
         }
     }
 }
 
-void QueryRecorder::Pause(VkCommandBuffer commands, std::uint64_t serial)
+void QueryRecorder::Pause()
 {
     for (Lane& lane : m_lanes) {
-        Stop(lane, commands, serial);
+        Stop(lane);
         m_paused |= !lane.active.empty();
     }
 }

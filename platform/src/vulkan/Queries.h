@@ -1,8 +1,10 @@
 // Queries. Vulkan runs one query of a kind at a time and ends it with the command buffer, while the published ones
 // overlap and span submissions. So the span between two Begin or End calls is one Vulkan query, a segment, and a
-// published query sums the segments that it covers.
+// published query sums the segments that it covers. Calls with no work in between need no segment of their own: they
+// share one, and so do timestamps.
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -10,6 +12,8 @@
 #include "vulkan/Gpu.h"
 
 namespace gleam {
+
+class CommandStream;
 
 enum class EQueryHeap : std::uint8_t
 {
@@ -54,7 +58,8 @@ private:
     std::mutex m_mutex;
     std::vector<VkQueryPool> m_pools;
     std::vector<std::unique_ptr<QuerySegment>> m_all;
-    std::array<std::vector<QuerySegment*>, static_cast<std::size_t>(EQueryHeap::Count)> m_free;
+    /// The longest free in front, whose submission is the likeliest to be done.
+    std::array<std::deque<QuerySegment*>, static_cast<std::size_t>(EQueryHeap::Count)> m_free;
 };
 
 class Query final : public DeviceChild<ID3D11Query, IID_ID3D11Asynchronous, IID_ID3D11Query>
@@ -73,6 +78,8 @@ public:
     // Context thread.
     void Restart();
     void Cover(QuerySegment* segment);
+    /// Takes the last one back.
+    void UncoverLast();
     bool isActive = false;
     bool isEnded = false;
     /// The submission that has to be done for the answer.
@@ -96,35 +103,45 @@ private:
 class QueryRecorder
 {
 public:
-    QueryRecorder(Gpu& gpu, std::shared_ptr<QuerySegments> segments) : m_gpu(gpu), m_segments(std::move(segments)) {}
+    QueryRecorder(Gpu& gpu, CommandStream& stream, std::shared_ptr<QuerySegments> segments)
+        : m_gpu(gpu), m_stream(stream), m_segments(std::move(segments))
+    {
+    }
     ~QueryRecorder();
 
-    /// Both are recorded outside of rendering. The recorder holds active queries.
-    void Begin(Query& query, VkCommandBuffer commands);
-    void End(Query& query, VkCommandBuffer commands);
-    void WriteTimestamp(Query& query, VkCommandBuffer commands, std::uint64_t serial);
+    /// Whether Begin or End of this query needs a new segment, which is recorded outside of rendering.
+    bool Cuts(const Query& query) { return Cuts(LaneOf(query)); }
+    /// The recorder holds active queries.
+    void Begin(Query& query);
+    void End(Query& query);
+    void WriteTimestamp(Query& query);
 
     /// Whether active queries wait for a segment in this command buffer.
     bool NeedsResume() const { return m_paused; }
-    void Resume(VkCommandBuffer commands);
+    void Resume();
     /// Ends what runs, ahead of the end of a command buffer.
-    void Pause(VkCommandBuffer commands, std::uint64_t serial);
+    void Pause();
 
 private:
     struct Lane
     {
         std::vector<Query*> active;
         QuerySegment* running = nullptr;
+        std::uint64_t startWorks = 0; ///< the stream's, when `running` began
     };
 
     Lane& LaneOf(const Query& query) { return m_lanes[static_cast<std::size_t>(query.Heap())]; }
-    void Start(Lane& lane, EQueryHeap heap, VkCommandBuffer commands);
-    void Stop(Lane& lane, VkCommandBuffer commands, std::uint64_t serial);
+    bool Cuts(const Lane& lane) const;
+    void Start(Lane& lane, EQueryHeap heap);
+    void Stop(Lane& lane);
 
     Gpu& m_gpu;
+    CommandStream& m_stream;
     std::shared_ptr<QuerySegments> m_segments;
     std::array<Lane, 2> m_lanes; ///< occlusion and statistics
     bool m_paused = false;
+    QuerySegment* m_lastTime = nullptr; ///< the newest timestamp, held
+    std::uint64_t m_lastTimeWorks = 0;
 };
 
 } // namespace gleam
