@@ -174,6 +174,14 @@ TEST_F(Models, WhatIsMissingOrBrokenIsNamedAndTheRestIsDrawn)
     const Outcome nothing = Run(File("broken.obj") + " --out " + File("none.png"));
     EXPECT_EQ(nothing.status, 1);
     EXPECT_FALSE(std::filesystem::exists(File("none.png")));
+
+#ifndef GLEAM_SANITIZED
+    // Thirteen gigabytes of vertices in a file of forty bytes.
+    WriteText("huge.off", "OFF\n1100000000 1 0\n0 0 0\n1 0 0\n0 1 0\n");
+    const Outcome huge = Run(File("huge.off") + " --out " + File("none.png"));
+    EXPECT_EQ(huge.status, 1);
+    EXPECT_NE(huge.errors.find("huge.off: needs more memory"), std::string::npos) << huge.errors;
+#endif
 }
 
 TEST_F(Models, AnImageBesideAModelStandsAsABoard)
@@ -199,7 +207,7 @@ TEST_F(Models, ATraceTellsWhatWasDone)
     std::ostringstream text;
     text << std::ifstream(File("trace.json")).rdbuf();
     for (const char* span : {"gleamview::Frame", "gleamview::Cull", "gleamview::RecordShadow", "gleamview::RecordSolid",
-                             "gleamview::Drain", "qs::ExecuteCommandDispatcher"})
+                             "apps::Library::Drain", "qs::ExecuteCommandDispatcher"})
         EXPECT_NE(text.str().find(span), std::string::npos) << span;
     EXPECT_EQ(Run("--trace " + File("no/folder/t.json") + " --out " + File("x.png")).status, 1);
 }

@@ -46,13 +46,22 @@ void CloseDescriptor(int& descriptor)
     descriptor = -1;
 }
 
-/// The importer may take three quarters of the machine's memory; what would need more fails with a message instead of
-/// taking the machine along. Sanitizers reserve address space of their own, so they go without.
-void LimitMemory()
+/// Bytes that an import may need whatever its file's size, and for each byte of the file: text formats swell about
+/// thirtyfold, and files beside the named one are not counted.
+constexpr rlim_t s_importBase = rlim_t(4) << 30;
+constexpr rlim_t s_importShare = 64;
+
+/// What needs more memory than a file of that size can have reason to fails with a message, instead of taking the
+/// machine along. Sanitizers reserve address space of their own, so they go without.
+void LimitMemory([[maybe_unused]] const std::string& path)
 {
 #ifndef GLEAMVIEW_SANITIZED
+    std::error_code code;
+    const std::uintmax_t fileSize = std::filesystem::file_size(path, code);
     const auto pages = static_cast<rlim_t>(std::max(sysconf(_SC_PHYS_PAGES), 1L));
-    const auto limit = pages / 4 * 3 * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+    const rlim_t machine = pages / 4 * 3 * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+    const rlim_t file = code || fileSize > machine ? 0 : static_cast<rlim_t>(fileSize) * s_importShare;
+    const rlim_t limit = std::min(machine, s_importBase + file);
     const rlimit memory{limit, limit};
     setrlimit(RLIMIT_DATA, &memory);
 #endif
@@ -209,8 +218,8 @@ int RunImportChild(char** argv)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     signal(SIGINT, SIG_IGN); // the parent decides, and ends this process
-    LimitMemory();
     const std::string path = argv[3];
+    LimitMemory(path);
     const UpAxis up = static_cast<UpAxis>(std::clamp(argv[2][0] - '0', 0, static_cast<int>(UpAxis::MinusZ)));
     std::string error;
     bool isGood = false;
@@ -219,6 +228,10 @@ int RunImportChild(char** argv)
         isGood = ImportModel(path, up, writer, NewsSender(), error);
     } catch (const std::exception& exception) {
         error = path + ": " + exception.what();
+    }
+    // Which is all that the import library says then.
+    if (error.ends_with("std::bad_alloc")) {
+        error = path + ": needs more memory than a file of its size may take";
     }
     if (!isGood) {
         std::replace(error.begin(), error.end(), '\n', ' ');
