@@ -1,4 +1,5 @@
-// 200 events of ten small draws each, on the processor device, timed to the end of the device's work.
+// 10,000 quads in 200 events, as many draws as the row scene has, on the processor device; timed to the end of the
+// device's work.
 #include "bench/common/BenchRenderer.h"
 #include "bench/common/Ratio.h"
 #include "bench/window/Rows.h"
@@ -12,8 +13,10 @@ namespace {
 
 constexpr unsigned Groups = 20;
 constexpr unsigned EventsPerGroup = 9; ///< inside the group's own event
-constexpr unsigned DrawsPerEvent = 10;
-constexpr unsigned Target = 512;
+constexpr unsigned DrawsPerEvent = 50;
+constexpr unsigned Target = 1024;
+constexpr unsigned Step = 10; ///< pixels from quad to quad
+constexpr float Side = 48;    ///< of a quad
 
 /// A frame on a target of its own.
 class EventFrame
@@ -83,12 +86,12 @@ private:
     {
         for (unsigned i = 0; i < DrawsPerEvent; ++i) {
             const unsigned cell = event * DrawsPerEvent + i;
-            const float x = static_cast<float>(cell % 30 * 16);
-            const float y = static_cast<float>(cell / 30 % 30 * 16);
-            const Vector2f strip[4] = {{x, y}, {x + 32, y}, {x, y + 32}, {x + 32, y + 32}};
+            const float x = static_cast<float>(cell % 96 * Step);
+            const float y = static_cast<float>(cell / 96 % 96 * Step);
+            const Vector2f strip[4] = {{x, y}, {x + Side, y}, {x, y + Side}, {x + Side, y + Side}};
             BenchRenderer::Get().drawPlain(gw::ePrimitiveTopology_TriangleStrip, strip, 4,
                                            gw::Renderer::BS(gw::BS_OPAQUE), gw::Renderer::DS(gw::DS_NONE),
-                                           Vector4f(x / 512, y / 512, 0, 1));
+                                           Vector4f(x / Target, y / Target, 0, 1));
         }
     }
 

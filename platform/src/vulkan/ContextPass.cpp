@@ -93,6 +93,15 @@ void Context::RecordBarriers()
     }
 }
 
+void Context::LeavePass()
+{
+    EndPass();
+    RecordBarriers();
+    if (m_queries.NeedsResume()) {
+        m_queries.Resume();
+    }
+}
+
 VkCommandBuffer Context::OutsidePass()
 {
     EndPass();
@@ -343,7 +352,7 @@ void Context::EndPass()
     if (!m_inPass) {
         return;
     }
-    m_vk.CmdEndRendering(m_stream.Main());
+    m_vk.CmdEndRendering(m_stream.Marks());
     m_inPass = false;
     // The next draw opens a pass again; bound state lives on in the command buffer.
     m_dirty |= DirtyTargets;

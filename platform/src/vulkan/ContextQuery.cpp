@@ -125,7 +125,7 @@ void Context::Begin(ID3D11Asynchronous* object)
         }
         FlushClears();
         if (m_queries.Cuts(*query)) {
-            OutsidePass();
+            LeavePass();
         }
         m_queries.Begin(*query);
     } catch (const VulkanError& error) {
@@ -151,7 +151,7 @@ void Context::End(ID3D11Asynchronous* object)
         } else if (query->HasBegin() && query->Kind() != D3D11_QUERY_TIMESTAMP_DISJOINT) {
             FlushClears();
             if (m_queries.Cuts(*query)) {
-                OutsidePass();
+                LeavePass();
             }
             m_queries.End(*query);
         }
