@@ -2,6 +2,8 @@
 #include "Gleamwork/ClothBuilder.h"
 
 #include <algorithm>
+#include <bit>
+#include <utility>
 #include <vector>
 
 namespace gw::details {
@@ -11,26 +13,31 @@ namespace {
 class EdgeTable
 {
 public:
-    EdgeTable() : m_slots(1024, EMPTY) {}
+    // In most meshes two triangles share an edge: half of the slots are used then.
+    explicit EdgeTable(std::uint32_t cornerCount) : m_slots(std::bit_ceil(std::size_t(cornerCount) + 1), EMPTY) {}
 
-    // False when the edge was there.
-    bool Add(std::int32_t low, std::int32_t high)
+    // Whether the edge is new. Free of branches on that, which no processor could foresee.
+    bool Add(std::int32_t a, std::int32_t b)
     {
-        const std::uint32_t key = std::uint32_t(low) << 16 | std::uint32_t(high);
+        const std::uint32_t key = GetKey(a, b);
         std::uint32_t& slot = Find(key);
-        if (slot == key) {
-            return false;
-        }
+        const bool isNew = slot != key;
         slot = key;
-        if (++m_used * 2 > m_slots.size()) {
+        m_used += isNew;
+        if (m_used * 4 > m_slots.size() * 3) [[unlikely]] {
             Grow();
         }
-        return true;
+        return isNew;
     }
 
 private:
     // A lower number above the higher one: no edge has this key.
     static constexpr std::uint32_t EMPTY = 1u << 16;
+
+    static std::uint32_t GetKey(std::int32_t a, std::int32_t b)
+    {
+        return std::uint32_t(std::min(a, b)) << 16 | std::uint32_t(std::max(a, b));
+    }
 
     std::uint32_t& Find(std::uint32_t key)
     {
@@ -43,7 +50,7 @@ private:
 
     void Grow()
     {
-        const std::vector<std::uint32_t> old = std::exchange(m_slots, std::vector(m_slots.size() * 4, EMPTY));
+        const std::vector<std::uint32_t> old = std::exchange(m_slots, std::vector(m_slots.size() * 2, EMPTY));
         for (const std::uint32_t key : old) {
             if (key != EMPTY) {
                 Find(key) = key;
@@ -60,22 +67,23 @@ private:
 void BuildLinks(const qs::PrimitiveArray<std::int32_t>& indices, const qs::PrimitiveArray<float>& weights,
                 qs::PrimitiveSet<ClothLink>& links)
 {
-    EdgeTable known;
+    EdgeTable known(indices.GetSize());
+    std::vector<ClothLink> found(indices.GetSize()); // as many as could be
+    std::size_t count = 0;
     const auto add = [&](std::int32_t a, std::int32_t b) {
         if (weights[std::uint32_t(a)] > 0.0f || weights[std::uint32_t(b)] > 0.0f) {
-            const auto [low, high] = std::minmax(a, b);
-            if (known.Add(low, high)) {
-                links.Add({low, high});
-            }
+            found[count] = {std::min(a, b), std::max(a, b)};
+            count += known.Add(a, b);
         }
     };
     for (std::uint32_t i = 0; i < indices.GetSize(); i += 3) {
-        const std::int32_t a = indices[i];
-        const std::int32_t b = indices[i + 1];
-        const std::int32_t c = indices[i + 2];
-        add(a, b);
-        add(b, c);
-        add(a, c);
+        add(indices[i], indices[i + 1]);
+        add(indices[i + 1], indices[i + 2]);
+        add(indices[i], indices[i + 2]);
+    }
+    links.Realloc(std::uint32_t(count));
+    for (std::size_t i = 0; i < count; ++i) {
+        links.Add(found[i]);
     }
 }
 

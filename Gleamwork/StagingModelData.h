@@ -5,6 +5,7 @@
 #include "Gleamwork/FormatDesc.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace gw {
 
@@ -37,5 +38,27 @@ struct GW_API StagingModelData
     const FormatDesc* format;
     std::uint64_t attributeCount; ///< entries of `format`
 };
+
+inline std::uint32_t StagingModelData::GetIndex(std::int32_t position) const
+{
+    if (indexSize == 2) {
+        std::uint16_t index;
+        std::memcpy(&index, static_cast<const char*>(indices) + std::uint64_t(position) * sizeof index, sizeof index);
+        return index;
+    }
+    std::uint32_t index;
+    std::memcpy(&index, static_cast<const char*>(indices) + std::uint64_t(position) * sizeof index, sizeof index);
+    return index;
+}
+
+inline void StagingModelData::SetIndex(std::int32_t position, std::uint32_t index) const
+{
+    if (indexSize == 2) {
+        const auto narrow = std::uint16_t(index);
+        std::memcpy(static_cast<char*>(indices) + std::uint64_t(position) * sizeof narrow, &narrow, sizeof narrow);
+    } else {
+        std::memcpy(static_cast<char*>(indices) + std::uint64_t(position) * sizeof index, &index, sizeof index);
+    }
+}
 
 } // namespace gw
