@@ -6,10 +6,19 @@
 
 namespace gw::image::details {
 
+// Whole rows whose source pixels stand side by side, into rows that stand targetStride bytes apart: upwards for a
+// negative one. Gives what the converter would give row by row, in less time where an image exceeds the caches.
+using RowConverter = void (*)(unsigned char* target, int64_t targetStride, const unsigned char* source, uint64_t width,
+                              uint64_t rows);
+
 struct ConverterTable
 {
     PixelConverter entries[FORMAT_MAX][FORMAT_MAX][2] = {};
+    RowConverter rows[FORMAT_MAX][FORMAT_MAX][2] = {};
 };
+
+// Null for pairs that have none.
+RowConverter GetRowConverter(EFormat from, EFormat to, bool swapBytes);
 
 // The table of the plain entries alone, without any that is made for a processor's own instructions: tests hold those
 // against it.

@@ -85,6 +85,12 @@ struct FastConverter
         else
             Cross(crossing, target, source);
     }
+
+    static void RunRows(unsigned char* target, int64_t targetStride, const unsigned char* source, uint64_t width,
+                        uint64_t rows)
+    {
+        ShuffleRows(plan, source, target, targetStride, width, rows);
+    }
 };
 
 template <class Family>
@@ -125,6 +131,11 @@ void InstallFastConverters(ConverterTable& table)
             constexpr bool swaps = sizeof(typename From::Bits) > 1;
             pair[0] = &FastConverter<From, To, false>::Run;
             pair[1] = &FastConverter<From, To, swaps>::Run;
+            if constexpr (FastConverter<From, To, false>::isShuffle) {
+                auto& rows = table.rows[source.format][target.format];
+                rows[0] = &FastConverter<From, To, false>::RunRows;
+                rows[1] = &FastConverter<From, To, swaps>::RunRows;
+            }
         }
     });
 }

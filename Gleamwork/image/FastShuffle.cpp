@@ -29,7 +29,8 @@ GW_TARGET_AVX2 inline __m256i QuietNans(__m256i elements)
 }
 
 // Two groups at a time, as many as `count` holds whole. Loads and stores of 16 bytes reach beyond their group: 16 bytes
-// behind the last one must be there. Streamed stores need a target aligned to 32 and groups that fill their stores.
+// behind the last one must be there. Streamed stores need a target aligned to 32 and groups that fill their stores, and
+// a fence behind the last of them.
 template <EStorage Storage, bool Streamed>
 GW_TARGET_AVX2 void RunGroups(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, uint64_t count)
 {
@@ -50,8 +51,6 @@ GW_TARGET_AVX2 void RunGroups(const ShufflePlan& plan, const unsigned char* from
             _mm_storeu_si128(reinterpret_cast<__m128i*>(to + targetStep), _mm256_extracti128_si256(moved, 1));
         }
     }
-    if constexpr (Streamed)
-        _mm_sfence();
 }
 
 template <bool Streamed>
@@ -99,19 +98,20 @@ uint64_t PixelsToAlignment(const ShufflePlan& plan, const unsigned char* to)
     return head;
 }
 
-} // namespace
-
-void ShufflePixels(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, uint64_t count)
+// `behind` bytes of the source follow the pixels.
+void RunPixels(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, uint64_t count, uint64_t behind,
+               bool streamed)
 {
-    const bool fillsStores = plan.group * plan.targetBytes == 16;
-    const uint64_t head = PixelsToAlignment(plan, to);
-    const bool streamed = fillsStores && count * plan.targetBytes >= streamedBytes && head < 32;
     uint64_t done = 0;
     if (streamed) {
-        RunFew(plan, from, to, head);
-        done = head;
+        const uint64_t head = PixelsToAlignment(plan, to);
+        streamed = head < 32;
+        done = streamed ? std::min(head, count) : 0;
+        if (done > 0)
+            RunFew(plan, from, to, done);
     }
-    const uint64_t reach = PixelsOfReach(plan);
+    // Streamed stores end with their group: only the loads reach on.
+    const uint64_t reach = streamed && behind >= 16 ? 0 : PixelsOfReach(plan);
     if (count - done > reach) {
         const uint64_t pairPixels = 2 * plan.group;
         const uint64_t pixels = (count - done - reach) / pairPixels * pairPixels;
@@ -119,7 +119,22 @@ void ShufflePixels(const ShufflePlan& plan, const unsigned char* from, unsigned 
         run(plan, from + done * plan.sourceBytes, to + done * plan.targetBytes, pixels);
         done += pixels;
     }
-    RunFew(plan, from + done * plan.sourceBytes, to + done * plan.targetBytes, count - done);
+    if (count > done)
+        RunFew(plan, from + done * plan.sourceBytes, to + done * plan.targetBytes, count - done);
+}
+
+} // namespace
+
+void ShuffleRows(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, int64_t targetStride,
+                 uint64_t width, uint64_t rows)
+{
+    const bool fillsStores = plan.group * plan.targetBytes == 16;
+    const bool streamed = fillsStores && width * rows * plan.targetBytes >= streamedBytes;
+    const uint64_t rowBytes = width * plan.sourceBytes;
+    for (; rows > 0; --rows, from += rowBytes, to += targetStride)
+        RunPixels(plan, from, to, width, (rows - 1) * rowBytes, streamed);
+    if (streamed)
+        _mm_sfence();
 }
 
 } // namespace gw::image::details

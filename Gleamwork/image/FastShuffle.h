@@ -58,7 +58,14 @@ constexpr ShufflePlan MakeShufflePlan()
     return plan;
 }
 
-// Memory needs no alignment and must not overlap.
-void ShufflePixels(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, uint64_t count);
+// Rows of source pixels side by side, into rows that stand targetStride bytes apart. Memory needs no alignment and must
+// not overlap.
+void ShuffleRows(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, int64_t targetStride,
+                 uint64_t width, uint64_t rows);
+
+inline void ShufflePixels(const ShufflePlan& plan, const unsigned char* from, unsigned char* to, uint64_t count)
+{
+    ShuffleRows(plan, from, to, 0, count, 1);
+}
 
 } // namespace gw::image::details

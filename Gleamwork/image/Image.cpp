@@ -26,10 +26,8 @@ struct ReaderRow
 };
 
 constexpr ReaderRow readers[] = {
-    {IMAGE_FILE_BMP, "bmp", image::LoadBmp},
-    {IMAGE_FILE_DDS, "dds", image::LoadDds},
-    {IMAGE_FILE_JPEG, "jpg, jpeg", image::LoadJpeg},
-    {IMAGE_FILE_PNG, "png", image::LoadPng},
+    {IMAGE_FILE_BMP, "bmp", image::LoadBmp},         {IMAGE_FILE_DDS, "dds", image::LoadDds},
+    {IMAGE_FILE_JPEG, "jpg, jpeg", image::LoadJpeg}, {IMAGE_FILE_PNG, "png", image::LoadPng},
     {IMAGE_FILE_TGA, "tga", image::LoadTga},
 };
 

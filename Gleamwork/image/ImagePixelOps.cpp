@@ -87,6 +87,11 @@ const ConverterTable& GetConverterTable()
 
 } // namespace
 
+RowConverter GetRowConverter(EFormat from, EFormat to, bool swapBytes)
+{
+    return from < FORMAT_MAX && to < FORMAT_MAX ? GetConverterTable().rows[from][to][swapBytes] : nullptr;
+}
+
 const ConverterTable& GetPlainConverterTable()
 {
     static const ConverterTable table = BuildPlainTable();

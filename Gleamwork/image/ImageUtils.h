@@ -78,6 +78,7 @@ public:
 private:
     bool WriteView(const qs::MemView<const unsigned char>& pixels);
     bool WritePixelByPixel(const qs::MemView<const unsigned char>& pixels);
+    uint64_t WriteWholeRows(const qs::MemView<const unsigned char>& pixels);
     void AdvancePixels(int64_t count);
 
     Image* m_image;

@@ -1,4 +1,5 @@
 // The stream through which image readers deliver their pixels.
+#include "Gleamwork/image/ConverterTable.h"
 #include "Gleamwork/image/ImageUtils.h"
 #include "Gleamwork/image/SaturatedMath.h"
 
@@ -150,7 +151,7 @@ bool PixelWriter::WritePixelByPixel(const qs::MemView<const unsigned char>& pixe
         return true;
     }
     // Pixels of one row stand side by side.
-    for (uint64_t done = 0; done < count;) {
+    for (uint64_t done = WriteWholeRows(pixels); done < count;) {
         const uint64_t pixelsInRow = std::min(count - done, static_cast<uint64_t>(m_width - m_x));
         if (!SetPosition(GetCurrentTargetPixelOffset()))
             return false;
@@ -162,6 +163,24 @@ bool PixelWriter::WritePixelByPixel(const qs::MemView<const unsigned char>& pixe
         done += pixelsInRow;
     }
     return true;
+}
+
+// Flipped rows that lie in one slice, and how many pixels that were.
+uint64_t PixelWriter::WriteWholeRows(const qs::MemView<const unsigned char>& pixels)
+{
+    const bool swap = (m_flags & PIXEL_WRITER_SWAP) != 0;
+    const auto convert = details::GetRowConverter(m_sourceFormat, m_image->format, swap);
+    const uint64_t width = static_cast<uint64_t>(m_width);
+    const uint64_t rows =
+        std::min(pixels.GetSize() / m_sourcePixelBytes / width, static_cast<uint64_t>(m_height - m_y));
+    const uint64_t rowBytes = width * m_targetPixelBytes;
+    const uint64_t first = GetCurrentTargetPixelOffset();
+    if (!convert || m_x != 0 || rows == 0 || first + rowBytes > GetSize())
+        return 0;
+    convert(m_image->GetPixels() + first, -static_cast<int64_t>(rowBytes), pixels.GetData(), width, rows);
+    for (uint64_t row = 0; row < rows; ++row)
+        AdvancePixels(m_width);
+    return rows * width;
 }
 
 uint64_t PixelWriter::GetCurrentTargetPixelOffset() const

@@ -99,6 +99,24 @@ void CopyPixels(benchmark::State& state, const ByteVector& file)
     }
 }
 
+// The pixels of a bitmap or TGA file into fresh memory, by the conversion alone.
+void ConvertIntoFreshMemory(benchmark::State& state, const ByteVector& pixels)
+{
+    const image::PixelConverter converter = image::GetPixelConverter(FORMAT_BGR8, FORMAT_RGBA8, false);
+    for (auto _ : state) {
+        GraphicsBuffer buffer(pixels.size() / 3 * 4);
+        converter({buffer.GetUBytes(), buffer.GetSize()}, {pixels.data(), pixels.size()});
+        benchmark::DoNotOptimize(buffer.GetData());
+    }
+}
+
+void AddUncoded(const std::string& name, EImageFileType type, const ByteVector& file, const ByteVector& pixels)
+{
+    bench::AddRow(
+        name, [&file, type](benchmark::State& state) { LoadImage(state, type, file); },
+        [&pixels](benchmark::State& state) { ConvertIntoFreshMemory(state, pixels); }, bench::ETime::Processor);
+}
+
 void AddPairs(const std::string& row, const Pair* begin, const Pair* end)
 {
     for (const Pair* pair = begin; pair != end; ++pair) {
@@ -128,5 +146,9 @@ int main(int argc, char** argv)
     bench::AddRow(
         "dds_load", [&](benchmark::State& state) { LoadImage(state, IMAGE_FILE_DDS, dds); },
         [&](benchmark::State& state) { CopyPixels(state, dds); }, bench::ETime::Processor);
+    const ByteVector bmp = EncodeBmp(photograph), tga = EncodeTga(photograph), runs = EncodeRunLengthTga(photograph);
+    AddUncoded("decode_bmp", IMAGE_FILE_BMP, bmp, photograph);
+    AddUncoded("decode_tga", IMAGE_FILE_TGA, tga, photograph);
+    AddUncoded("decode_tga_runs", IMAGE_FILE_TGA, runs, photograph);
     return bench::Run(argc, argv);
 }

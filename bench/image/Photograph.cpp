@@ -1,6 +1,7 @@
 // Making the photograph's files, and reading them with the codecs alone.
 #include "Photograph.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -109,6 +110,58 @@ ByteVector EncodeJpeg(const ByteVector& pixels)
     jpeg_destroy_compress(&jpeg);
     ByteVector file(data, data + size);
     std::free(data);
+    return file;
+}
+
+ByteVector EncodeBmp(const ByteVector& pixels)
+{
+    const uint32_t numbers[] = {0, 0, 54, 40, photographSide, photographSide, 1 | 24 << 16, 0, 0, 0, 0, 0, 0};
+    ByteVector file(54);
+    file[0] = 'B';
+    file[1] = 'M';
+    std::memcpy(&file[2], numbers, sizeof numbers);
+    file.insert(file.end(), pixels.begin(), pixels.end());
+    return file;
+}
+
+namespace {
+
+ByteVector TgaHeader(unsigned char type)
+{
+    ByteVector header(18);
+    header[2] = type;
+    header[13] = header[15] = photographSide / 256;
+    header[16] = 24;
+    return header;
+}
+
+} // namespace
+
+ByteVector EncodeTga(const ByteVector& pixels)
+{
+    ByteVector file = TgaHeader(2);
+    file.insert(file.end(), pixels.begin(), pixels.end());
+    return file;
+}
+
+// Runs of two pixels or more, within a row; everything else in packets of at most 128 pixels.
+ByteVector EncodeRunLengthTga(const ByteVector& pixels)
+{
+    ByteVector file = TgaHeader(10);
+    const auto same = [&](size_t a, size_t b) { return std::memcmp(&pixels[a * 3], &pixels[b * 3], 3) == 0; };
+    constexpr size_t pixelCount = photographSide * photographSide;
+    for (size_t at = 0; at < pixelCount;) {
+        const size_t most = std::min<size_t>(at + 128, at - at % photographSide + photographSide);
+        size_t end = at + 1;
+        while (end < most && same(at, end))
+            ++end;
+        const bool isRun = end - at > 1;
+        while (!isRun && end < most && !same(end - 1, end))
+            ++end;
+        file.push_back(static_cast<unsigned char>(end - at - 1 + (isRun ? 128 : 0)));
+        file.insert(file.end(), &pixels[at * 3], &pixels[at * 3] + (isRun ? 3 : (end - at) * 3));
+        at = end;
+    }
     return file;
 }
 

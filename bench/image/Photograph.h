@@ -11,6 +11,10 @@ constexpr int photographSide = 2048;
 ByteVector MakePhotograph();
 ByteVector EncodePng(const ByteVector& pixels);
 ByteVector EncodeJpeg(const ByteVector& pixels);
+// The files of 24 bits take the bytes as they stand, so that their red is the photograph's blue.
+ByteVector EncodeBmp(const ByteVector& pixels);
+ByteVector EncodeTga(const ByteVector& pixels);
+ByteVector EncodeRunLengthTga(const ByteVector& pixels);
 
 // The codec alone: every row is decoded into the same memory.
 void DecodePngRows(const ByteVector& file);

@@ -70,6 +70,39 @@ TEST(PixelWriter, FlipsRowsOfEverySliceAndLevel)
     EXPECT_FALSE(writer.WritePixels(again, 1)) << "behind the last pixel";
 }
 
+// Rows go another way in images that are larger than the caches, and when they arrive many at once.
+TEST(PixelWriter, FlipsPiecesOfAnyLength)
+{
+    struct Size
+    {
+        int64_t width, height;
+    };
+    constexpr std::pair<EFormat, EFormat> pairs[] = {{FORMAT_BGR8, FORMAT_RGBA8},
+                                                     {FORMAT_RGBA8, FORMAT_BGRA8},
+                                                     {FORMAT_RGBA8, FORMAT_RGB8},
+                                                     {FORMAT_R16, FORMAT_RG16}};
+    for (const auto& [from, to] : pairs) {
+        for (const auto& [width, height] : {Size{1, 70000}, Size{3, 5}, Size{1021, 1100}, Size{1600, 700}}) {
+            const uint64_t pixelBytes = GetFormatDescription(from).elementBytes;
+            const ByteVector source = Counting(width * height * pixelBytes);
+            const ByteVector upright = Convert(from, to, source);
+            const uint64_t rowBytes = upright.size() / height;
+            ByteVector expected;
+            for (int64_t y = height - 1; y >= 0; --y)
+                expected.insert(expected.end(), upright.begin() + y * rowBytes, upright.begin() + (y + 1) * rowBytes);
+            for (const int64_t piece : {width * height, width, width * 2 + width / 2 + 1}) {
+                TestImage image(to, width, height, 1, 1, 0);
+                PixelWriter writer = CreatePixelWriter(image, from, PIXEL_WRITER_FLIP);
+                qs::MemReadStream stream(ViewOf(source));
+                for (int64_t left = width * height; left > 0; left -= piece)
+                    ASSERT_TRUE(writer.WritePixels(stream, std::min(left, piece)));
+                EXPECT_TRUE(image.Pixels() == expected) << from << " to " << to << ", " << width << ", " << piece;
+                EXPECT_FALSE(writer.WritePixels(stream, 1));
+            }
+        }
+    }
+}
+
 TEST(PixelWriter, WalksACubeAsSixChains)
 {
     TestImage image(FORMAT_RG8, 4, 4, 1, 3, IMAGE_FLAG_CUBE);

@@ -218,8 +218,10 @@ bool ReadPixels(const ConstBytes& file, const Bitmap& bitmap, EFormat source, Im
         return Refuse("its pixels cannot be held");
     if (bitmap.bitCount == 8)
         return ReadPaletteRows(file, bitmap, writer);
-    for (int64_t y = 0; y < bitmap.height; ++y)
-        writer.Write(ConstBytes(RowOf(file, bitmap, y), bitmap.rowBytes));
+    const bool isPadded = bitmap.rowStride != bitmap.rowBytes;
+    const int64_t rowsAtOnce = isPadded ? 1 : bitmap.height;
+    for (int64_t y = 0; y < bitmap.height; y += rowsAtOnce)
+        writer.Write(ConstBytes(RowOf(file, bitmap, y), bitmap.rowBytes * rowsAtOnce));
     return true;
 }
 

@@ -72,8 +72,8 @@ EFormat ReplaceTwice(EFormat format, const FormatReplacements& replacements)
     return ReplaceFormat(ReplaceFormat(format, turned), replacements);
 }
 
-// Takes pixels as the file holds them. At 16 bits the file has its attribute bit at the top and FORMAT_A1RGB5 at the
-// bottom; a file that says it has no attributes is opaque.
+// Takes pixels as the file holds them, and passes them on many at a time. At 16 bits the file has its attribute bit at
+// the top and FORMAT_A1RGB5 at the bottom; a file that says it has no attributes is opaque.
 class PixelSink
 {
 public:
@@ -84,16 +84,13 @@ public:
 
     void Write(const ConstBytes& pixels)
     {
-        if (m_pixelBytes != 2) {
-            m_writer.Write(pixels);
-            return;
-        }
-        for (uint64_t at = 0; at < pixels.GetSize(); at += sizeof m_block) {
-            const uint64_t size = std::min<uint64_t>(pixels.GetSize() - at, sizeof m_block);
-            std::memcpy(m_block, pixels.GetData() + at, size);
-            for (uint64_t i = 0; i < size / 2; ++i)
-                m_block[i] = static_cast<uint16_t>(m_block[i] << 1 | (m_opaque ? 1 : m_block[i] >> 15));
-            m_writer.Write(ConstBytes(reinterpret_cast<const unsigned char*>(m_block), size));
+        for (uint64_t done = 0; done < pixels.GetSize();) {
+            const uint64_t size = std::min(pixels.GetSize() - done, sizeof m_block - m_used);
+            std::memcpy(m_block + m_used, pixels.GetData() + done, size);
+            m_used += size;
+            done += size;
+            if (m_used == sizeof m_block)
+                Flush();
         }
     }
 
@@ -105,11 +102,30 @@ public:
         Write(ConstBytes(run, count * m_pixelBytes));
     }
 
+    void Flush()
+    {
+        if (m_pixelBytes == 2)
+            TurnAttributes();
+        m_writer.Write(ConstBytes(m_block, m_used));
+        m_used = 0;
+    }
+
 private:
+    void TurnAttributes()
+    {
+        for (uint64_t at = 0; at < m_used; at += 2) {
+            uint16_t pixel;
+            std::memcpy(&pixel, m_block + at, sizeof pixel);
+            pixel = static_cast<uint16_t>(pixel << 1 | (m_opaque ? 1 : pixel >> 15));
+            std::memcpy(m_block + at, &pixel, sizeof pixel);
+        }
+    }
+
     PixelWriter& m_writer;
     uint64_t m_pixelBytes;
     bool m_opaque;
-    uint16_t m_block[512];
+    uint64_t m_used = 0;
+    unsigned char m_block[12 * 1024]; // whole pixels of every depth
 };
 
 // Packets may run on from row to row. The last one gives as many pixels as the image still has room for; what follows
@@ -159,20 +175,23 @@ bool ReadPixels(qs::MemReadStream& stream, const Header& header, Image& image)
 {
     if (!stream.Skip(header.idLength) || !HoldsPixels(header, stream.GetRemainder()))
         return Refuse("the file is too short for %lld by %lld pixels", image.width, image.height);
-    const bool isRunLength = (header.imageType & runLengthType) != 0;
     const uint32_t flip = (header.descriptor & topDown) != 0 ? 0 : uint32_t(PIXEL_WRITER_FLIP);
     PixelWriter writer = CreatePixelWriter(image, EstablishFormat(header), flip);
     if (!writer.IsUsable())
         return Refuse("its pixels cannot be held");
     PixelSink sink(writer, header);
     const uint64_t pixelBytes = header.pixelDepth / 8;
-    if (isRunLength) {
+    if ((header.imageType & runLengthType) != 0) {
+        // A file may end before its picture.
         std::memset(image.GetPixels(), 0, image.GetBufferSize());
         if (!ReadPackets(stream, image, pixelBytes, sink))
             return false;
-    } else {
+    } else if (pixelBytes == 2) {
         sink.Write(stream.Read(image.width * image.height * pixelBytes));
+    } else {
+        writer.WriteAll(stream);
     }
+    sink.Flush();
     if ((header.descriptor & rightToLeft) != 0)
         MirrorRows(image);
     return true;
