@@ -40,9 +40,10 @@ protected:
 
     std::string File(const std::string& name) const { return (m_folder / name).string(); }
 
-    Outcome Run(const std::string& arguments) const
+    /// `before` stands in front of the program's name in the shell.
+    Outcome Run(const std::string& arguments, const std::string& before = "") const
     {
-        const std::string command = std::string(GLEAMVIEW) + " " + arguments + " >/dev/null 2>" + File("errors.txt");
+        const std::string command = before + " " + GLEAMVIEW + " " + arguments + " >/dev/null 2>" + File("errors.txt");
         const int result = std::system(command.c_str());
         std::ostringstream text;
         text << std::ifstream(File("errors.txt")).rdbuf();
