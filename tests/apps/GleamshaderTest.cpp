@@ -71,7 +71,7 @@ protected:
 };
 
 constexpr char SOURCE[] = R"([Vertex shader]
-#include "shared/matrices.hlsl"
+#include "parts/matrices.hlsl"
 float4 main(float3 position : POSITION) : SV_Position { return mul(float4(position, 1), world); }
 [Fragment shader]
 #include "colours.hlsl"
@@ -86,8 +86,8 @@ float4 main(float4 position : SV_Position) : SV_Target0
 TEST_F(Gleamshader, WritesFilesThatTheLibraryReadsAndTellsWhatIsInThem)
 {
     const std::string source = Write("a.shader", SOURCE);
-    Write("shared/matrices.hlsl", "#include \"deeper.hlsl\"\n");
-    Write("shared/deeper.hlsl", "float4x4 world;\n");
+    Write("parts/matrices.hlsl", "#include \"deeper.hlsl\"\n");
+    Write("parts/deeper.hlsl", "float4x4 world;\n");
     Write("elsewhere/colours.hlsl", "float4 tints[COUNT];\n");
     const std::string compute = Write("b.shader", "[Compute shader]\nRWStructuredBuffer<uint> sums;\n"
                                                   "[numthreads(8, 1, 1)] void main(uint3 id : SV_DispatchThreadID)\n"
