@@ -13,12 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int PLACES[4][2] = {{120, 240}, {258, 150}, {205, 262}, {480, 63}};
+constexpr int PLACES[5][2] = {{120, 240}, {258, 150}, {205, 262}, {480, 63}, {258, 9}};
 
 struct Sample
 {
     const char* name;
-    std::array<std::array<int, 3>, 4> colors; ///< at the four places below
+    std::array<std::array<int, 3>, 5> colors; ///< at the places above
 };
 
 void PrintTo(const Sample& sample, std::ostream* out)
@@ -72,7 +72,7 @@ TEST_P(Samples, DrawWhatTheyPromise)
 {
     const Picture picture = Run(GetParam().name);
     ASSERT_EQ(std::make_pair(picture.width, picture.height), std::make_pair(512, 320));
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 5; ++i)
         for (int channel = 0; channel < 3; ++channel)
             EXPECT_NEAR(picture.At(PLACES[i])[channel], GetParam().colors[i][channel], 3)
                 << "place " << i << ", channel " << channel;
@@ -95,13 +95,16 @@ TEST_F(SampleTest, CapturedFilesShowTheSame)
 
 INSTANTIATE_TEST_SUITE_P(
     All, Samples,
-    testing::Values(Sample{"01_clear", {{{33, 51, 84}, {211, 165, 67}, {33, 51, 84}, {33, 51, 84}}}},
-                    Sample{"02_triangle", {{{70, 75, 195}, {139, 98, 90}, {53, 122, 160}, {20, 23, 28}}}},
-                    Sample{"03_texture", {{{207, 213, 214}, {151, 145, 116}, {214, 223, 230}, {41, 41, 46}}}},
-                    Sample{"04_recording", {{{64, 140, 204}, {235, 168, 64}, {20, 23, 28}, {143, 97, 184}}}},
-                    Sample{"05_frame", {{{26, 31, 38}, {207, 165, 64}, {26, 31, 38}, {26, 31, 38}}}},
-                    Sample{"09_image_formats", {{{148, 147, 128}, {71, 116, 165}, {182, 190, 191}, {165, 150, 107}}}},
-                    Sample{"10_capture", {{{140, 128, 128}, {230, 128, 51}, {110, 128, 153}, {51, 128, 204}}}}),
+    testing::Values(
+        Sample{"01_clear", {{{33, 51, 84}, {211, 165, 67}, {33, 51, 84}, {33, 51, 84}, {33, 51, 84}}}},
+        Sample{"02_triangle", {{{70, 75, 195}, {139, 98, 90}, {53, 122, 160}, {20, 23, 28}, {20, 23, 28}}}},
+        Sample{"03_texture", {{{207, 213, 214}, {151, 145, 116}, {214, 223, 230}, {41, 41, 46}, {41, 41, 46}}}},
+        Sample{"04_recording", {{{64, 140, 204}, {235, 168, 64}, {20, 23, 28}, {143, 97, 184}, {20, 23, 28}}}},
+        Sample{"05_frame", {{{26, 31, 38}, {207, 165, 64}, {26, 31, 38}, {26, 31, 38}, {26, 31, 38}}}},
+        Sample{"06_lines", {{{26, 31, 38}, {56, 56, 69}, {26, 31, 38}, {26, 31, 38}, {250, 204, 64}}}},
+        Sample{"09_image_formats",
+               {{{148, 147, 128}, {71, 116, 165}, {182, 190, 191}, {165, 150, 107}, {235, 177, 82}}}},
+        Sample{"10_capture", {{{140, 128, 128}, {230, 128, 51}, {110, 128, 153}, {51, 128, 204}, {26, 31, 38}}}}),
     testing::PrintToStringParamName());
 
 } // namespace
