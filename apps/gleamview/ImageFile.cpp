@@ -41,11 +41,23 @@ void ConvertInvertedCmyk(const unsigned char* cmyk, unsigned char* color, std::s
     }
 }
 
-bool IsJpeg(const qs::Path& path)
+bool HasExtension(const qs::Path& path, const char* wanted)
 {
     const qs::_StringView<char> extension = path.GetExtension();
     const std::string text(extension.GetData(), static_cast<std::size_t>(extension.GetLength()));
-    return strcasecmp(text.c_str(), "jpg") == 0 || strcasecmp(text.c_str(), "jpeg") == 0;
+    return strcasecmp(text.c_str(), wanted) == 0;
+}
+
+bool IsJpeg(const qs::Path& path)
+{
+    return HasExtension(path, "jpg") || HasExtension(path, "jpeg");
+}
+
+bool LoadImageOrCursor(gw::Image& image, const qs::Path& file, const gw::ImageLoadParams& params)
+{
+    unsigned short hotSpotX = 0, hotSpotY = 0;
+    return HasExtension(file, "cur") ? image.LoadCursor(file, {}, params, hotSpotX, hotSpotY)
+                                     : image.Load(file, {}, params);
 }
 
 gw::EImageFileType DetectType(const std::string& name, std::span<const std::uint8_t> bytes)
@@ -95,8 +107,8 @@ bool ImageFile::Load(const std::string& path, std::string& error)
     headerParams.flags = gw::IMAGE_LOAD_HEADER_ONLY;
     const bool isCmyk = IsJpeg(file) && header.Load(file, {}, headerParams) && header.GetFormat() == gw::FORMAT_RGBA8;
 
-    if (!m_image.Load(file, {}, params)) {
-        error = path + ": not an image that can be read (png and jpg are known), or damaged";
+    if (!LoadImageOrCursor(m_image, file, params)) {
+        error = path + ": not an image that can be read (png, jpg, dds, bmp, tga and cur are known), or damaged";
         return false;
     }
     return Finish(path, isCmyk, error);
@@ -140,6 +152,12 @@ bool ImageFile::Check(const std::string& path, std::string& error) const
         m_image.GetHeight() > MaxPictureSize) {
         error = path + ": " + std::to_string(m_image.GetWidth()) + " by " + std::to_string(m_image.GetHeight()) +
                 " pixels; a texture has 1 to " + std::to_string(MaxPictureSize) + " each way";
+        return false;
+    }
+    const bool isInBlocks = gw::image::GetFormatDescription(m_image.GetFormat()).isBlockCompressed;
+    if (isInBlocks && (m_image.GetWidth() % 4 != 0 || m_image.GetHeight() % 4 != 0)) {
+        error = path + ": " + std::to_string(m_image.GetWidth()) + " by " + std::to_string(m_image.GetHeight()) +
+                " pixels; a compressed texture has whole blocks of 4 by 4";
         return false;
     }
     return true;

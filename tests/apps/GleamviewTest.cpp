@@ -31,6 +31,27 @@ TEST_F(Gleamview, APictureAtItsOwnSizeKeepsEveryPixel)
     stbi_image_free(samples);
 }
 
+// The same picture as other programs wrote it.
+TEST_F(Gleamview, EveryImageFormatShowsTheSamePicture)
+{
+    const std::string folder = IMAGE_FILES;
+    std::filesystem::copy(folder + "/colour.png", File("colour.png"));
+    const std::vector<std::uint8_t> bytes = Read("colour.png").rgba;
+    for (const char* name : {"magick_24.bmp", "pillow_24_top.tga", "magick_24_runs.tga", "icotool_24.cur"}) {
+        const Outcome outcome = Run(folder + "/" + name + " --out " + File("out.png"));
+        ASSERT_EQ(outcome.status, 0) << outcome.errors;
+        EXPECT_EQ(Read("out.png").rgba, bytes) << name;
+    }
+    for (const auto& [out, tolerance] : {std::pair("again.dds", 0), std::pair("again.jpg", 40)}) {
+        ASSERT_EQ(Run(File("colour.png") + " --out " + File(out)).status, 0);
+        ASSERT_EQ(Run(File(out) + " --out " + File("out.png")).status, 0) << out;
+        const std::vector<std::uint8_t> found = Read("out.png").rgba;
+        ASSERT_EQ(found.size(), bytes.size()) << out;
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            ASSERT_LE(std::abs(found[i] - bytes[i]), tolerance) << out << " at " << i;
+    }
+}
+
 TEST_F(Gleamview, SizesAndGridsKeepProportions)
 {
     const std::string wide = WriteImage("wide.png", 64, 32, DXGI_FORMAT_R8G8B8A8_UNORM);
