@@ -27,11 +27,22 @@ void Line::AddPoints(const Vector3f* points, const unsigned short& count, const 
         QS_LOG_ASSERT(FILE_NAME, "gw::Line::AddPoints", "%s", WRONG_COUNT);
         return;
     }
-    const float* m = transform.m;
-    std::for_each(points, points + count, [&](const Vector3f& p) {
-        m_points.Add({p.x * m[0] + p.y * m[4] + p.z * m[8] + m[12], p.x * m[1] + p.y * m[5] + p.z * m[9] + m[13],
-                      p.x * m[2] + p.y * m[6] + p.z * m[10] + m[14]});
-    });
+    // Copies, which the points that are written cannot change.
+    const Vector3f x(transform.m[0], transform.m[1], transform.m[2]), y(transform.m[4], transform.m[5], transform.m[6]),
+        z(transform.m[8], transform.m[9], transform.m[10]), w(transform.m[12], transform.m[13], transform.m[14]);
+    for (unsigned i = 0, end = count; i < end; ++i) {
+        const Vector3f p = points[i];
+        m_points.Add(p.x * x + p.y * y + p.z * z + w);
+    }
+}
+
+void Line::AddPoints(const Vector3f* points, const unsigned short& count)
+{
+    if (count == 0) {
+        QS_LOG_ASSERT(FILE_NAME, "gw::Line::AddPoints", "%s", WRONG_COUNT);
+        return;
+    }
+    std::for_each(points, points + count, [this](const Vector3f& p) { m_points.Add(p); });
 }
 
 void Line::UpdatePoints(const Vector3f* points, unsigned short count)

@@ -27,6 +27,8 @@ public:
     /// Appends `count` points, each as a row with w = 1 times `transform`; the fourth column is not used. The points
     /// must not be the line's own. A count of 0 asserts.
     void AddPoints(const Vector3f* points, const unsigned short& count, const Matrix4x4f& transform);
+    /// The same without a transform.
+    void AddPoints(const Vector3f* points, const unsigned short& count);
     /// Overwrites the first `count` points as they are, without a transform. A count above the number of points asserts
     /// and changes nothing.
     void UpdatePoints(const Vector3f* points, unsigned short count);

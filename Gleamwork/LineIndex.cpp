@@ -35,11 +35,6 @@ std::size_t LineIndex::Locate(const Vector4f& color, float lifeTime) const
     return slot;
 }
 
-Line* LineIndex::Find(const Vector4f& color, float lifeTime) const
-{
-    return m_slots.empty() ? nullptr : m_slots[Locate(color, lifeTime)].line;
-}
-
 void LineIndex::Add(const Vector4f& color, float lifeTime, Line* line)
 {
     // What equals nothing would only lengthen the probes of its neighbours.
@@ -67,6 +62,7 @@ void LineIndex::Grow()
 {
     std::vector<Slot> old(std::max<std::size_t>(16, 2 * m_slots.size()));
     old.swap(m_slots);
+    m_last = 0;
     for (const Slot& slot : old) {
         if (slot.line) {
             m_slots[Locate(slot.color, slot.lifeTime)] = slot;

@@ -32,16 +32,27 @@ void LineMan::AddPoints(const Vector3f* points, const unsigned short& count, con
 {
     qs::HProfileSample sample("gw::LineMan::AddPoints");
     qs::CSLock lock(m_lock);
-    if (count % 2 != 0) {
-        QS_LOG_ASSERT(FILE_NAME, "gw::LineMan::AddPoints", "Assert! [Replace me with a better description]");
-        return;
-    }
-    if (Global->debugLines == 0) {
-        return;
-    }
-    if (Line* line = ProvideLine(color, lifeTime)) {
+    if (Line* line = GetTarget(count, color, lifeTime)) {
         line->AddPoints(points, count, transform);
     }
+}
+
+void LineMan::AddPoints(const Vector3f* points, unsigned short count, const Vector4f& color, float lifeTime)
+{
+    qs::HProfileSample sample("gw::LineMan::AddPoints");
+    qs::CSLock lock(m_lock);
+    if (Line* line = GetTarget(count, color, lifeTime)) {
+        line->AddPoints(points, count);
+    }
+}
+
+Line* LineMan::GetTarget(unsigned short count, const Vector4f& color, float lifeTime)
+{
+    if (count % 2 != 0) {
+        QS_LOG_ASSERT(FILE_NAME, "gw::LineMan::AddPoints", "Assert! [Replace me with a better description]");
+        return nullptr;
+    }
+    return Global->debugLines != 0 ? ProvideLine(color, lifeTime) : nullptr;
 }
 
 Line* LineMan::GetLine(const Vector4f& color) const
@@ -61,30 +72,36 @@ Line* LineMan::GetLifeDebugLine(const Vector4f& color, float lifeTime) const
 
 Line* LineMan::ProvideLine(const Vector4f& color, float lifeTime)
 {
-    const bool debug = IsDebugLine(lifeTime);
-    const bool mortal = debug && lifeTime != 0.0f;
-    Line* line = mortal ? GetLifeDebugLine(color, lifeTime) : debug ? GetFrameDebugLine(color) : GetLine(color);
-    if (line) {
-        return line;
+    if (!IsDebugLine(lifeTime)) {
+        Line* line = GetLine(color);
+        return line ? line : MakeLine(color, lifeTime, m_worldLines, m_worldIndex);
     }
-    line = new Line(ePrimitiveTopology_LineList);
+    if (lifeTime == 0.0f) {
+        Line* line = GetFrameDebugLine(color);
+        return line ? line : MakeLine(color, lifeTime, m_frameLines, m_frameIndex);
+    }
+    Line* line = GetLifeDebugLine(color, lifeTime);
+    return line ? line : MakeLine(color, lifeTime, m_lifeLines, m_lifeIndex);
+}
+
+Line* LineMan::MakeLine(const Vector4f& color, float lifeTime, LineSet& lines, LineIndex& index)
+{
+    auto* line = new Line(ePrimitiveTopology_LineList);
     if (!line) {
         QS_LOG_ERROR(FILE_NAME, "gw::LineMan::AddPoints", "Out of memory: points of a new colour are dropped.");
         return nullptr;
     }
     line->SetColor(color);
     line->SetLifeTime(lifeTime);
-    LineSet& lines = mortal ? m_lifeLines : debug ? m_frameLines : m_worldLines;
-    LineIndex& index = mortal ? m_lifeIndex : debug ? m_frameIndex : m_worldIndex;
     lines.Add(line);
-    index.Add(color, mortal ? lifeTime : 0.0f, line);
+    index.Add(color, &lines == &m_lifeLines ? lifeTime : 0.0f, line);
     return line;
 }
 
 void LineMan::AddLine(const Vector3f& a, const Vector3f& b, const Vector4f& color, float lifeTime)
 {
     const Vector3f points[] = {a, b};
-    AddPoints(points, 2, color, lifeTime, Matrix4x4f());
+    AddPoints(points, 2, color, lifeTime);
 }
 
 void LineMan::AddLine(Line* line)

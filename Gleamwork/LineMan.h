@@ -138,8 +138,13 @@ protected:
     qs::CriticalSection m_lock;
 
 private:
+    /// What AddPoints does with an identity matrix.
+    void AddPoints(const Vector3f* points, unsigned short count, const Vector4f& color, float lifeTime);
+    /// The line for `count` points, or null when they are to be dropped.
+    Line* GetTarget(unsigned short count, const Vector4f& color, float lifeTime);
     /// The line that points of this colour and life time go to, made when there is none; null without memory.
     Line* ProvideLine(const Vector4f& color, float lifeTime);
+    QS_COLD Line* MakeLine(const Vector4f& color, float lifeTime, LineSet& lines, LineIndex& index);
 
     // Frame and world lines have a life time of 0 in their index.
     LineIndex m_frameIndex;

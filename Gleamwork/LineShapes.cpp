@@ -72,7 +72,7 @@ void LineMan::AddTriangle(const Vector3f& a, const Vector3f& b, const Vector3f& 
                           float lifeTime)
 {
     const Vector3f points[] = {a, b, b, c, c, a};
-    AddPoints(points, std::size(points), color, lifeTime, Matrix4x4f());
+    AddPoints(points, std::size(points), color, lifeTime);
 }
 
 void LineMan::AddBox(const Vector3f& minimum, const Vector3f& maximum, const Vector4f& color, float lifeTime)
@@ -81,7 +81,7 @@ void LineMan::AddBox(const Vector3f& minimum, const Vector3f& maximum, const Vec
     Vector3f points[BOX_POINTS];
     MakeCorners(minimum, maximum, corners);
     MakeBox(corners, points);
-    AddPoints(points, BOX_POINTS, color, lifeTime, Matrix4x4f());
+    AddPoints(points, BOX_POINTS, color, lifeTime);
 }
 
 void LineMan::AddBox(const Vector3f& center, const Matrix3x3f& rotation, const Vector3f& minimum,
@@ -94,7 +94,7 @@ void LineMan::AddBox(const Vector3f& center, const Matrix3x3f& rotation, const V
         corner = corner * rotation + center;
     }
     MakeBox(corners, points);
-    AddPoints(points, BOX_POINTS, color, lifeTime, Matrix4x4f());
+    AddPoints(points, BOX_POINTS, color, lifeTime);
 }
 
 void LineMan::AddSphere(const Vector3f& center, const Matrix3x3f& rotation, float radius, const Vector4f& color,
@@ -106,7 +106,7 @@ void LineMan::AddSphere(const Vector3f& center, const Matrix3x3f& rotation, floa
     const Vector3f points[] = {x0, y1, y1, x1, x1, y0, y0, x0,  // across z
                                x0, z1, z1, x1, x1, z0, z0, x0,  // across y
                                y0, z1, z1, y1, y1, z0, z0, y0}; // across x
-    AddPoints(points, std::size(points), color, lifeTime, Matrix4x4f());
+    AddPoints(points, std::size(points), color, lifeTime);
 }
 
 void LineMan::AddSphere(const Vector3f& center, float radius, const Vector4f& color, float lifeTime)
@@ -120,7 +120,7 @@ void LineMan::AddCylinder(const Vector3f& center, const Vector3f& halfExtents, c
     const Ring bottom(center, halfExtents.x, center.y - halfExtents.y, halfExtents.z);
     Vector3f points[24];
     bottom.Around(top.DownTo(bottom, top.Around(points)));
-    AddPoints(points, std::size(points), color, lifeTime, Matrix4x4f());
+    AddPoints(points, std::size(points), color, lifeTime);
 }
 
 void LineMan::AddCapsule(const Vector3f& center, float radius, float height, const Vector4f& color, float lifeTime,

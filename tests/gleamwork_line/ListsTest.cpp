@@ -43,12 +43,17 @@ TEST_F(ListsTest, AColourIsOneLine)
     EXPECT_EQ(m_lines.GetLine({1, -0.0f, 0, 1}), red) << "compared as floats";
     EXPECT_EQ(m_lines.GetLine({0, 1, 0, 1}), nullptr);
     EXPECT_EQ(m_lines.GetFrameDebugLine(RED), nullptr);
+    m_lines.AddLine(A, B, Vector4f(), WORLD);
+    m_lines.AddLine(A, B, BLUE, WORLD);
+    m_lines.AddLine(A, B, Vector4f(), WORLD);
+    EXPECT_EQ(m_lines.GetLine(Vector4f())->GetCount(), 4u) << "colour zero is a colour";
+    ASSERT_EQ(m_lines.m_worldLines.GetSize(), 4u);
     // What is not a number equals nothing, itself included.
     m_lines.AddLine(A, B, {NAN, 0, 0, 1}, WORLD);
     m_lines.AddLine(A, B, {NAN, 0, 0, 1}, WORLD);
-    EXPECT_EQ(m_lines.m_worldLines.GetSize(), 5u);
+    EXPECT_EQ(m_lines.m_worldLines.GetSize(), 6u);
     Step(1000);
-    EXPECT_EQ(m_lines.m_worldLines.GetSize(), 5u);
+    EXPECT_EQ(m_lines.m_worldLines.GetSize(), 6u);
 }
 
 TEST_F(ListsTest, OddCountsAndTheSwitchAddNothing)
