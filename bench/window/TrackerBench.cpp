@@ -1,5 +1,5 @@
-// 10,000 quads in 200 events, as many draws as the row scene has, on the processor device; timed to the end of the
-// device's work.
+// 200 events, each a pass of fifty quads on a target of its own as the stages of a frame are, on the processor device;
+// timed to the end of the device's work. The draws are as many as in the row scene.
 #include "bench/common/BenchRenderer.h"
 #include "bench/common/Ratio.h"
 #include "bench/window/Rows.h"
@@ -14,9 +14,9 @@ namespace {
 constexpr unsigned Groups = 20;
 constexpr unsigned EventsPerGroup = 9; ///< inside the group's own event
 constexpr unsigned DrawsPerEvent = 50;
-constexpr unsigned Target = 1024;
-constexpr unsigned Step = 10; ///< pixels from quad to quad
-constexpr float Side = 48;    ///< of a quad
+constexpr unsigned Targets = 8; ///< in turns
+constexpr unsigned Target = 512;
+constexpr float Side = 48; ///< of a quad
 
 /// A frame on a target of its own.
 class EventFrame
@@ -24,15 +24,17 @@ class EventFrame
 public:
     explicit EventFrame(BenchRenderer& renderer) : m_renderer(renderer)
     {
-        m_target = BenchRenderer::MakeTexture(Target, nullptr, gw::eTextureUsageFlag_RenderTarget,
-                                              gw::eTextureAccessFlag_GPURead | gw::eTextureAccessFlag_GPUWrite);
+        for (qs::ObjectHandle& target : m_targets)
+            target = BenchRenderer::MakeTexture(Target, nullptr, gw::eTextureUsageFlag_RenderTarget,
+                                                gw::eTextureAccessFlag_GPURead | gw::eTextureAccessFlag_GPUWrite);
         m_staging =
             BenchRenderer::MakeTexture(Target, nullptr, gw::eTextureUsageFlag_None, gw::eTextureAccessFlag_CPURead);
     }
     ~EventFrame()
     {
         BenchRenderer::Get().SetRenderTargets(0, nullptr, nullptr, nullptr, TEXTURE_NONE, false, -1);
-        BenchRenderer::Get().RemoveTexture(m_target, true, true);
+        for (const qs::ObjectHandle& target : m_targets)
+            BenchRenderer::Get().RemoveTexture(target, true, true);
         BenchRenderer::Get().RemoveTexture(m_staging, true, true);
         m_tracker.Destroy();
     }
@@ -43,8 +45,8 @@ public:
         m_isTracked = isTracked;
         if (m_isTracked)
             m_tracker.BeginFrame(Data().device, Data().context, m_frame);
-        renderer.SetRenderTargets(1, &m_target, nullptr, nullptr, TEXTURE_NONE, false, -1);
-        renderer.ClearRenderTarget(m_target, -1, Vector4f(0, 0, 0, 1));
+        for (const qs::ObjectHandle& target : m_targets)
+            renderer.ClearRenderTarget(target, -1, Vector4f(0, 0, 0, 1));
         for (unsigned i = 0; i < Groups; ++i) {
             Begin(m_group);
             for (unsigned j = 0; j < EventsPerGroup; ++j) {
@@ -54,7 +56,7 @@ public:
             }
             End(m_group);
         }
-        renderer.CopyTexture(m_target, m_staging);
+        renderer.CopyTexture(m_targets[0], m_staging);
         if (m_isTracked) {
             m_tracker.EndFrame(Data().context, m_frame);
             m_results.Clear();
@@ -82,12 +84,13 @@ private:
         BenchRenderer::Get().EndRenderEvent(name);
     }
 
-    static void DrawEvent(unsigned event)
+    void DrawEvent(unsigned event)
     {
+        const qs::ObjectHandle target = m_targets[event % Targets];
+        BenchRenderer::Get().SetRenderTargets(1, &target, nullptr, nullptr, TEXTURE_NONE, false, -1);
         for (unsigned i = 0; i < DrawsPerEvent; ++i) {
-            const unsigned cell = event * DrawsPerEvent + i;
-            const float x = static_cast<float>(cell % 96 * Step);
-            const float y = static_cast<float>(cell / 96 % 96 * Step);
+            const float x = static_cast<float>(i % 8 * 58);
+            const float y = static_cast<float>(i / 8 * 58 + event / Targets * 2);
             const Vector2f strip[4] = {{x, y}, {x + Side, y}, {x, y + Side}, {x + Side, y + Side}};
             BenchRenderer::Get().drawPlain(gw::ePrimitiveTopology_TriangleStrip, strip, 4,
                                            gw::Renderer::BS(gw::BS_OPAQUE), gw::Renderer::DS(gw::DS_NONE),
@@ -105,7 +108,8 @@ private:
     }
 
     BenchRenderer& m_renderer;
-    qs::ObjectHandle m_target, m_staging;
+    qs::ObjectHandle m_targets[Targets];
+    qs::ObjectHandle m_staging;
     api::D3D11PerformanceTracker m_tracker;
     qs::ObjectSet<gw::MeasurementNode> m_results;
     bool m_isTracked = false;

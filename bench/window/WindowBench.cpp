@@ -127,14 +127,14 @@ void TimeResizes(benchmark::State& state, BenchWindow& window, Follow follow)
     }
 }
 
-/// Sixteen boxes seen from the front, with depth.
+/// Sixteen small boxes: the row is about the resize.
 void DrawScene()
 {
     for (unsigned i = 0; i < 16; ++i) {
         const float x = static_cast<float>(i % 4) * 0.5f - 0.95f;
         const float y = static_cast<float>(i / 4) * 0.5f - 0.95f;
         const Vector3f corners[4] = {
-            {x, y, 0.5f}, {x + 0.4f, y, 0.5f}, {x, y + 0.4f, 0.5f}, {x + 0.4f, y + 0.4f, 0.5f}};
+            {x, y, 0.5f}, {x + 0.1f, y, 0.5f}, {x, y + 0.1f, 0.5f}, {x + 0.1f, y + 0.1f, 0.5f}};
         BenchRenderer::Get().drawPlain3D(gw::ePrimitiveTopology_TriangleStrip, corners, 4,
                                          gw::Renderer::BS(gw::BS_OPAQUE), gw::Renderer::DS(gw::DS_NONE),
                                          Vector4f(0.2f, static_cast<float>(i) / 16, 1, 1));

@@ -411,11 +411,8 @@ private:
     void UseInputBuffers();
     void UseTexture(Texture& texture, const SubresourceRange& range, const Access& access);
     void RecordBarriers();
-    /// Ends the pass and records barriers, for what is no work by itself.
-    void LeavePass();
     /// The command buffer for work outside of passes, barriers recorded.
     VkCommandBuffer OutsidePass();
-    VkCommandBuffer Commands();
 
     // --- ContextDescriptors
     void UpdateSets(EStage first, EStage end, VkPipelineBindPoint point, VkPipelineLayout layout);

@@ -453,6 +453,7 @@ bool Context::PrepareDispatch()
     EndPass();
     PrepareStage(StageCompute);
     const VkCommandBuffer commands = OutsidePass();
+    m_queries.Open();
     ComputeProgram& program = m_pipelines.Program(*bindings.shader);
     program.lastUse = m_stream.Serial();
     m_vk.CmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_COMPUTE, program.pipeline);

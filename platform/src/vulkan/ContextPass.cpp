@@ -77,28 +77,10 @@ void Context::UseTexture(Texture& texture, const SubresourceRange& range, const 
     texture.MarkUsed(m_stream.Serial());
 }
 
-VkCommandBuffer Context::Commands()
-{
-    const VkCommandBuffer commands = m_stream.Main();
-    if (m_queries.NeedsResume()) {
-        m_queries.Resume();
-    }
-    return commands;
-}
-
 void Context::RecordBarriers()
 {
     if (!m_barriers.Empty()) {
-        m_barriers.Record(m_vk, Commands());
-    }
-}
-
-void Context::LeavePass()
-{
-    EndPass();
-    RecordBarriers();
-    if (m_queries.NeedsResume()) {
-        m_queries.Resume();
+        m_barriers.Record(m_vk, m_stream.Main());
     }
 }
 
@@ -106,7 +88,7 @@ VkCommandBuffer Context::OutsidePass()
 {
     EndPass();
     RecordBarriers();
-    return Commands();
+    return m_stream.Main();
 }
 
 bool Context::StageNeedsBarrier(EStage stage)
@@ -336,7 +318,10 @@ void Context::BeginPass()
     pass.info.renderArea.extent = pass.extent;
     pass.info.layerCount = pass.layers;
     RecordBarriers();
-    m_vk.CmdBeginRendering(Commands(), &pass.info);
+    // A query lies within one pass or outside of all.
+    m_queries.Close();
+    m_vk.CmdBeginRendering(m_stream.Main(), &pass.info);
+    m_queries.Open();
     m_inPass = true;
     m_passTargets = m_state.targets;
     m_passDepth = m_state.depthTarget;
@@ -352,6 +337,7 @@ void Context::EndPass()
     if (!m_inPass) {
         return;
     }
+    m_queries.Close();
     m_vk.CmdEndRendering(m_stream.Marks());
     m_inPass = false;
     // The next draw opens a pass again; bound state lives on in the command buffer.
@@ -503,7 +489,8 @@ void Context::RecordClear(const PendingClear& clear)
         info.pDepthAttachment = plane(VK_IMAGE_ASPECT_DEPTH_BIT);
         info.pStencilAttachment = plane(VK_IMAGE_ASPECT_STENCIL_BIT);
     }
-    const VkCommandBuffer commands = Commands();
+    m_queries.Close();
+    const VkCommandBuffer commands = m_stream.Main();
     m_vk.CmdBeginRendering(commands, &info);
     m_vk.CmdEndRendering(commands);
 }

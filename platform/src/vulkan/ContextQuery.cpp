@@ -49,7 +49,7 @@ void Context::BeforeSubmit()
     EndPass();
     RecordBarriers();
     const VkCommandBuffer commands = m_stream.Main();
-    m_queries.Pause();
+    m_queries.Close();
     // A label may end behind its submission, but drivers keep the stack per command buffer and do not look whether it
     // is empty (Mesa 22 writes below it). So each command buffer is left balanced.
     for (; m_openLabels > 0; --m_openLabels) {
@@ -123,10 +123,6 @@ void Context::Begin(ID3D11Asynchronous* object)
             query->isEnded = false;
             return;
         }
-        FlushClears();
-        if (m_queries.Cuts(*query)) {
-            LeavePass();
-        }
         m_queries.Begin(*query);
     } catch (const VulkanError& error) {
         m_gpu.Report(error, "ID3D11DeviceContext::Begin");
@@ -149,10 +145,6 @@ void Context::End(ID3D11Asynchronous* object)
             FlushClears();
             m_queries.WriteTimestamp(*query);
         } else if (query->HasBegin() && query->Kind() != D3D11_QUERY_TIMESTAMP_DISJOINT) {
-            FlushClears();
-            if (m_queries.Cuts(*query)) {
-                LeavePass();
-            }
             m_queries.End(*query);
         }
         const bool hasWork = m_stream.HasWork() || !m_clears.empty();

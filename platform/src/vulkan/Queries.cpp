@@ -1,6 +1,7 @@
 // Records segments and sums them up.
 #include "vulkan/Queries.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "common/Validation.h"
@@ -8,8 +9,6 @@
 
 namespace gleam {
 namespace {
-
-constexpr uint32_t QueriesPerPool = 128;
 
 VkQueryType QueryType(EQueryHeap heap)
 {
@@ -32,8 +31,8 @@ static_assert(sizeof(D3D11_QUERY_DATA_PIPELINE_STATISTICS) == StatisticsCount * 
 
 QuerySegments::~QuerySegments()
 {
-    for (VkQueryPool pool : m_pools) {
-        m_gpu.vk.DestroyQueryPool(m_gpu.device, pool, nullptr);
+    for (const auto& pool : m_pools) {
+        m_gpu.vk.DestroyQueryPool(m_gpu.device, pool->handle, nullptr);
     }
 }
 
@@ -41,20 +40,22 @@ void QuerySegments::GrowNolock(EQueryHeap heap)
 {
     VkQueryPoolCreateInfo create{VK_STRUCTURE_TYPE_QUERY_POOL_CREATE_INFO};
     create.queryType = QueryType(heap);
-    create.queryCount = QueriesPerPool;
+    create.queryCount = QueryPool::Count;
     create.pipelineStatistics = heap == EQueryHeap::Statistics ? AllStatistics : 0;
-    VkQueryPool pool = VK_NULL_HANDLE;
-    Check(m_gpu.vk.CreateQueryPool(m_gpu.device, &create, nullptr, &pool), "vkCreateQueryPool");
-    m_pools.push_back(pool);
+    auto pool = std::make_unique<QueryPool>();
+    Check(m_gpu.vk.CreateQueryPool(m_gpu.device, &create, nullptr, &pool->handle), "vkCreateQueryPool");
+    // Reading takes whole pools, also what was never used.
+    m_gpu.vk.ResetQueryPool(m_gpu.device, pool->handle, 0, QueryPool::Count);
     auto& free = m_free[static_cast<std::size_t>(heap)];
-    for (uint32_t i = 0; i < QueriesPerPool; ++i) {
-        auto segment = std::make_unique<QuerySegment>();
-        segment->pool = pool;
-        segment->index = i;
-        segment->heap = heap;
-        free.push_front(segment.get());
-        m_all.push_back(std::move(segment));
+    for (uint32_t i = QueryPool::Count; i-- > 0;) {
+        QuerySegment& segment = pool->segments[i];
+        segment.owner = pool.get();
+        segment.pool = pool->handle;
+        segment.index = i;
+        segment.heap = heap;
+        free.push_front(&segment);
     }
+    m_pools.push_back(std::move(pool));
 }
 
 QuerySegment* QuerySegments::Acquire(EQueryHeap heap)
@@ -67,7 +68,9 @@ QuerySegment* QuerySegments::Acquire(EQueryHeap heap)
     QuerySegment* segment = free.front();
     free.pop_front();
     segment->holders = 1;
+    segment->serial = QuerySegment::Unended;
     segment->isRead = false;
+    segment->values = {};
     m_gpu.vk.ResetQueryPool(m_gpu.device, segment->pool, segment->index, 1);
     return segment;
 }
@@ -84,6 +87,32 @@ void QuerySegments::Release(QuerySegment* segment)
     if (--segment->holders == 0) {
         m_free[static_cast<std::size_t>(segment->heap)].push_back(segment);
     }
+}
+
+// Some drivers wait for the device at each call, so one call takes all of the pool that has come in.
+const std::array<std::uint64_t, StatisticsCount>& QuerySegments::Read(QuerySegment& wanted)
+{
+    if (wanted.isRead) {
+        return wanted.values;
+    }
+    const std::size_t count = wanted.heap == EQueryHeap::Statistics ? StatisticsCount : 1;
+    const std::size_t stride = (count + 1) * sizeof(std::uint64_t);
+    std::array<std::uint64_t, QueryPool::Count*(StatisticsCount + 1)> data;
+    const VkResult result = m_gpu.vk.GetQueryPoolResults(
+        m_gpu.device, wanted.pool, 0, QueryPool::Count, QueryPool::Count * stride, data.data(), stride,
+        VK_QUERY_RESULT_64_BIT | VK_QUERY_RESULT_WITH_AVAILABILITY_BIT);
+    if (result != VK_NOT_READY) {
+        Check(result, "vkGetQueryPoolResults");
+    }
+    const std::uint64_t completed = m_gpu.CompletedSerial();
+    for (QuerySegment& segment : wanted.owner->segments) {
+        const std::uint64_t* values = data.data() + segment.index * (count + 1);
+        if (!segment.isRead && segment.serial <= completed && values[count] != 0) {
+            std::copy_n(values, count, segment.values.begin());
+            segment.isRead = true;
+        }
+    }
+    return wanted.values;
 }
 
 Query::Query(ID3D11Device* device, std::shared_ptr<QuerySegments> segments, const D3D11_QUERY_DESC& desc)
@@ -135,20 +164,13 @@ void Query::UncoverLast()
     m_covered.pop_back();
 }
 
-std::array<std::uint64_t, StatisticsCount> Query::Sum(Gpu& gpu)
+std::array<std::uint64_t, StatisticsCount> Query::Sum()
 {
     std::array<std::uint64_t, StatisticsCount> sum{};
-    const std::size_t count = Heap() == EQueryHeap::Statistics ? StatisticsCount : 1;
     for (QuerySegment* segment : m_covered) {
-        if (!segment->isRead) {
-            Check(gpu.vk.GetQueryPoolResults(gpu.device, segment->pool, segment->index, 1,
-                                             count * sizeof(std::uint64_t), segment->values.data(),
-                                             count * sizeof(std::uint64_t), VK_QUERY_RESULT_64_BIT),
-                  "vkGetQueryPoolResults");
-            segment->isRead = true;
-        }
-        for (std::size_t i = 0; i < count; ++i) {
-            sum[i] += segment->values[i];
+        const auto& values = m_pool->Read(*segment);
+        for (std::size_t i = 0; i < sum.size(); ++i) {
+            sum[i] += values[i];
         }
     }
     return sum;
@@ -163,7 +185,7 @@ void Query::Read(Gpu& gpu, void* data, UINT size)
         return;
     }
     case D3D11_QUERY_OCCLUSION_PREDICATE: {
-        const BOOL any = Sum(gpu)[0] != 0;
+        const BOOL any = Sum()[0] != 0;
         std::memcpy(data, &any, sizeof any);
         return;
     }
@@ -175,12 +197,12 @@ void Query::Read(Gpu& gpu, void* data, UINT size)
         return;
     }
     case D3D11_QUERY_TIMESTAMP: {
-        const std::uint64_t ticks = Sum(gpu)[0] & gpu.timestampMask;
+        const std::uint64_t ticks = Sum()[0] & gpu.timestampMask;
         std::memcpy(data, &ticks, sizeof ticks);
         return;
     }
     default:
-        const auto sum = Sum(gpu);
+        const auto sum = Sum();
         std::memcpy(data, sum.data(), size);
     }
 }
@@ -206,9 +228,10 @@ QueryRecorder::~QueryRecorder()
     }
 }
 
-bool QueryRecorder::Cuts(const Lane& lane) const
+/// Whether nothing that counts has happened since the segment that runs.
+bool QueryRecorder::CanShare(const Lane& lane) const
 {
-    return !lane.running || lane.startWorks != m_stream.Works();
+    return lane.running && lane.startWorks == m_stream.Works();
 }
 
 void QueryRecorder::Start(Lane& lane, EQueryHeap heap)
@@ -241,30 +264,32 @@ void QueryRecorder::Begin(Query& query)
     query.isActive = true;
     query.AddUse();
     Lane& lane = LaneOf(query);
-    const bool cuts = Cuts(lane);
-    if (cuts) {
-        Stop(lane);
-    }
-    lane.active.push_back(&query);
-    if (cuts) {
-        Start(lane, query.Heap());
-    } else {
+    if (CanShare(lane)) {
+        lane.active.push_back(&query);
         query.Cover(lane.running);
+        return;
+    }
+    Stop(lane);
+    lane.active.push_back(&query);
+    if (m_isOpen) {
+        Start(lane, query.Heap());
     }
 }
 
 void QueryRecorder::End(Query& query)
 {
     Lane& lane = LaneOf(query);
-    const bool cuts = Cuts(lane);
-    if (!cuts) {
+    const bool shares = CanShare(lane);
+    if (shares) {
         query.UncoverLast();
     }
     std::erase(lane.active, &query);
     query.isActive = false;
-    if (cuts || lane.active.empty()) {
+    if (!shares || lane.active.empty()) {
         Stop(lane);
-        Start(lane, query.Heap());
+        if (m_isOpen) {
+            Start(lane, query.Heap());
+        }
     }
     query.RemoveUse();
 }
@@ -286,9 +311,9 @@ void QueryRecorder::WriteTimestamp(Query& query)
     query.Cover(m_lastTime);
 }
 
-void QueryRecorder::Resume()
+void QueryRecorder::Open()
 {
-    m_paused = false;
+    m_isOpen = true;
     for (std::size_t i = 0; i < m_lanes.size(); ++i) {
         if (!m_lanes[i].running) {
             Start(m_lanes[i], static_cast<EQueryHeap>(i));
@@ -296,11 +321,11 @@ void QueryRecorder::Resume()
     }
 }
 
-void QueryRecorder::Pause()
+void QueryRecorder::Close()
 {
+    m_isOpen = false;
     for (Lane& lane : m_lanes) {
         Stop(lane);
-        m_paused |= !lane.active.empty();
     }
 }
 

@@ -25,9 +25,15 @@ enum class EQueryHeap : std::uint8_t
 
 constexpr std::size_t StatisticsCount = 11;
 
+struct QueryPool;
+
 /// One Vulkan query and, once read, its values.
 struct QuerySegment
 {
+    /// `serial` of a segment that has not ended.
+    static constexpr std::uint64_t Unended = ~0ull;
+
+    QueryPool* owner = nullptr;
     VkQueryPool pool = VK_NULL_HANDLE;
     uint32_t index = 0;
     EQueryHeap heap = EQueryHeap::Timestamp;
@@ -35,6 +41,14 @@ struct QuerySegment
     std::uint64_t serial = 0; ///< submission that ends it
     bool isRead = false;
     std::array<std::uint64_t, StatisticsCount> values{};
+};
+
+struct QueryPool
+{
+    static constexpr uint32_t Count = 128;
+
+    VkQueryPool handle = VK_NULL_HANDLE;
+    std::array<QuerySegment, Count> segments;
 };
 
 /// Hands out segments. Safe from any thread, since queries may end on any.
@@ -50,14 +64,15 @@ public:
     QuerySegment* Acquire(EQueryHeap heap);
     void AddHolder(QuerySegment* segment);
     void Release(QuerySegment* segment);
+    /// The values of a segment whose submission is done. Context thread; throws VulkanError.
+    const std::array<std::uint64_t, StatisticsCount>& Read(QuerySegment& segment);
 
 private:
     void GrowNolock(EQueryHeap heap);
 
     Gpu& m_gpu;
     std::mutex m_mutex;
-    std::vector<VkQueryPool> m_pools;
-    std::vector<std::unique_ptr<QuerySegment>> m_all;
+    std::vector<std::unique_ptr<QueryPool>> m_pools;
     /// The longest free in front, whose submission is the likeliest to be done.
     std::array<std::deque<QuerySegment*>, static_cast<std::size_t>(EQueryHeap::Count)> m_free;
 };
@@ -92,7 +107,7 @@ protected:
     void Destroy() override;
 
 private:
-    std::array<std::uint64_t, StatisticsCount> Sum(Gpu& gpu);
+    std::array<std::uint64_t, StatisticsCount> Sum();
 
     const D3D11_QUERY_DESC m_desc;
     std::shared_ptr<QuerySegments> m_pool;
@@ -109,18 +124,15 @@ public:
     }
     ~QueryRecorder();
 
-    /// Whether Begin or End of this query needs a new segment, which is recorded outside of rendering.
-    bool Cuts(const Query& query) { return Cuts(LaneOf(query)); }
     /// The recorder holds active queries.
     void Begin(Query& query);
     void End(Query& query);
     void WriteTimestamp(Query& query);
 
-    /// Whether active queries wait for a segment in this command buffer.
-    bool NeedsResume() const { return m_paused; }
-    void Resume();
-    /// Ends what runs, ahead of the end of a command buffer.
-    void Pause();
+    /// Work that counts follows: in a pass, or a dispatch.
+    void Open();
+    /// Ends what runs, ahead of the beginning and the end of a pass and of the end of a command buffer.
+    void Close();
 
 private:
     struct Lane
@@ -131,7 +143,7 @@ private:
     };
 
     Lane& LaneOf(const Query& query) { return m_lanes[static_cast<std::size_t>(query.Heap())]; }
-    bool Cuts(const Lane& lane) const;
+    bool CanShare(const Lane& lane) const;
     void Start(Lane& lane, EQueryHeap heap);
     void Stop(Lane& lane);
 
@@ -139,7 +151,7 @@ private:
     CommandStream& m_stream;
     std::shared_ptr<QuerySegments> m_segments;
     std::array<Lane, 2> m_lanes; ///< occlusion and statistics
-    bool m_paused = false;
+    bool m_isOpen = false;
     QuerySegment* m_lastTime = nullptr; ///< the newest timestamp, held
     std::uint64_t m_lastTimeWorks = 0;
 };
