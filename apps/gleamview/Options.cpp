@@ -114,9 +114,8 @@ struct Switch
 };
 
 constexpr Switch s_switches[] = {
-    {"--split", [](Options& o) { o.split = true; }},
-    {"--wireframe", [](Options& o) { o.wireframe = true; }},
-    {"--bounds", [](Options& o) { o.bounds = true; }},
+    {"--flag", [](Options& o) { o.flag = true; }},           {"--split", [](Options& o) { o.split = true; }},
+    {"--wireframe", [](Options& o) { o.wireframe = true; }}, {"--bounds", [](Options& o) { o.bounds = true; }},
     {"--no-ground", [](Options& o) { o.ground = false; }},
 };
 
@@ -191,6 +190,10 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
             return std::nullopt;
         }
     }
+    if (options.flag && !options.files.empty()) {
+        error = "--flag takes no file";
+        return std::nullopt;
+    }
     if (!options.shader.empty() && options.files.empty()) {
         error = "no image given for the shader";
         return std::nullopt;
@@ -210,6 +213,7 @@ it, several stand in a grid. Beside models, and in the window, they stand as boa
   --size WxH       size of window or picture in pixels (default 1280x720). By default an image drawn flat keeps its
                    own size, and several get cells as large as the largest of them
   --device D       auto, software, null (draws nothing) or a device number; the same as GLEAM_DEVICE
+  --flag           shows a flag in the wind, which takes no file; --time lets it blow for a while first
   --frames N       draws N frames, a sixtieth of a second apart; the last one is the picture (default 1), and a window
                    closes behind it
   --trace FILE     writes what every thread did, for the trace viewer of a browser

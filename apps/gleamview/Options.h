@@ -37,6 +37,7 @@ struct Options
     std::string cameraName; ///< a camera of the file; empty takes the orbit camera
     std::string trace;      ///< file of the trace; empty writes none
     UpAxis up = UpAxis::FromFile;
+    bool flag = false; ///< without a file: a flag in the wind instead of the viewer's own scene
     bool split = false;
     bool wireframe = false;
     bool bounds = false;

@@ -3,6 +3,7 @@
 
 #include "Interrupt.h"
 #include "Messages.h"
+#include "scene/FlagScene.h"
 #include "scene/ImportProcess.h"
 #include "scene/OwnScene.h"
 #include "scene/Shapes.h"
@@ -109,7 +110,7 @@ bool HasModel(const std::vector<std::string>& files)
 LoadingResult LoadScene(const Options& options, ProgressLine& progress, SceneData& scene)
 {
     if (options.files.empty()) {
-        scene = MakeOwnScene();
+        scene = options.flag ? MakeFlagScene() : MakeOwnScene();
         return LoadingResult::Loaded;
     }
     std::vector<SceneData> scenes;

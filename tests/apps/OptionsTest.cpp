@@ -56,6 +56,7 @@ TEST(Options, SaysWhatIsWrong)
         {{"a.png", "--size", "99999999999x1"}, "'99999999999x1'"},
         {{"a.png", "--device", "gpu"}, "'gpu'"},
         {{"a.png", "--time", "nan"}, "'nan'"},
+        {{"--flag", "a.obj"}, "--flag takes no file"},
         {{"--frames", "0"}, "from 1 to 1000000"},
         {{"--threads", "65"}, "from 1 to 64"},
         {{"--camera", "10"}, "YAW,PITCH"},

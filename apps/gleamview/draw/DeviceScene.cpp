@@ -1,6 +1,7 @@
 // Making of models, materials and draw items.
 #include "draw/DeviceScene.h"
 
+#include "cloth/FlagModel.h"
 #include "draw/TextureLoader.h"
 #include "draw/TextureUpload.h"
 
@@ -77,12 +78,16 @@ bool DeviceScene::Create(SceneData&& data, const Progress& progress, const Repor
 bool DeviceScene::CreateModels(const SceneData& data, const Progress& progress, const Report& report)
 {
     m_models.resize(data.parts.size());
+    m_flags.resize(data.parts.size());
     m_outlines.resize(data.parts.size());
     std::size_t failed = 0;
     for (std::size_t i = 0; i < data.parts.size(); ++i) {
         progress("uploading", static_cast<float>(i) / static_cast<float>(data.parts.size()));
         auto model = std::make_unique<gw::Model>(qs::FixedString::Create(data.name.c_str(), -1));
-        if (CreateModel(data.parts[i], *model)) {
+        if (data.parts[i].isCloth) {
+            m_outlines[i] = FindOutline(data.parts[i]);
+            failed += CreateFlag(data.parts[i], m_flags[i]) ? 0 : 1;
+        } else if (CreateModel(data.parts[i], *model)) {
             m_models[i] = std::move(model);
             m_outlines[i] = FindOutline(data.parts[i]);
         } else {
@@ -106,6 +111,15 @@ bool DeviceScene::CreateModel(const ScenePart& part, gw::Model& model)
     const IndexBufferID indices =
         model.SetIndices(part.indexCount, sizeof(std::uint16_t), part.indices, gw::eResourceUsage_Immutable);
     return m_renderer.IsVertexBufferAlive(vertices) && m_renderer.IsIndexBufferAlive(indices);
+}
+
+bool DeviceScene::CreateFlag(const ScenePart& part, std::unique_ptr<FlagModel>& flag)
+{
+    flag = std::make_unique<FlagModel>(m_renderer);
+    if (!flag->Create(part)) {
+        flag.reset();
+    }
+    return flag != nullptr;
 }
 
 qs::ObjectHandle DeviceScene::MakeTexel(unsigned char r, unsigned char g, unsigned char b)
@@ -149,18 +163,46 @@ void DeviceScene::CreateItems(const SceneData& data)
         for (std::uint32_t i = 0; i < instance.partCount; ++i) {
             const std::uint32_t number = instance.firstPart + i;
             const ScenePart& part = data.parts[number];
-            if (m_models[number]) {
-                m_items.push_back({m_models[number].get(), &m_materials[part.material], part.kind, instance.spin,
-                                   &m_outlines[number], instance.world, instance.world,
-                                   TransformBound(part.bound, instance.world)});
+            DrawItem item;
+            if (SetModel(number, item)) {
+                item.material = &m_materials[part.material];
+                item.kind = part.kind;
+                item.spin = instance.spin;
+                item.outline = &m_outlines[number];
+                item.start = item.world = instance.world;
+                item.bound = TransformBound(part.bound, instance.world);
+                m_items.push_back(item);
             }
         }
     }
 }
 
+/// False for a part that the device had no room for.
+bool DeviceScene::SetModel(std::size_t part, DrawItem& item) const
+{
+    if (FlagModel* flag = m_flags[part].get()) {
+        gw::ClothModel& model = flag->GetModel();
+        item.model = &model;
+        item.vertexFormat = flag->GetVertexFormat();
+        item.moreBuffers[0] = model.GetClothPositionsVertexBuffer();
+        item.moreBuffers[1] = model.GetClothSkinningVertexBuffer();
+        item.isCloth = true;
+    } else {
+        item.model = m_models[part].get();
+        item.vertexFormat = m_vertexFormat;
+    }
+    return item.model != nullptr;
+}
+
 bool DeviceScene::SetTime(double time)
 {
     bool turns = false;
+    for (const std::unique_ptr<FlagModel>& flag : m_flags) {
+        if (flag) {
+            flag->SetTime(time);
+            turns = true;
+        }
+    }
     for (DrawItem& item : m_items) {
         if (item.spin == 0.0f) {
             continue;

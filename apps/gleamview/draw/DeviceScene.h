@@ -18,6 +18,8 @@ class Renderer;
 
 namespace gleamview {
 
+class FlagModel;
+
 struct DeviceMaterial
 {
     qs::ObjectHandle baseTexture;
@@ -37,6 +39,9 @@ struct DeviceMaterial
 struct DrawItem
 {
     gw::Model* model = nullptr;
+    qs::ObjectHandle vertexFormat;
+    VertexBufferID moreBuffers[2]; ///< slots 1 and 2, of a cloth only
+    bool isCloth = false;
     const DeviceMaterial* material = nullptr;
     PartKind kind = PartKind::Triangles;
     float spin = 0.0f;
@@ -61,14 +66,13 @@ public:
     /// Makes the device's copies; the data is spent. What cannot be had is told to `report`, one sentence each, and
     /// something else stands in for it. False when nothing can be drawn.
     bool Create(SceneData&& data, const Progress& progress, const Report& report);
-    /// Moves what turns to a point in time, in seconds. True when anything turns.
+    /// Moves what turns or blows to a point in time, in seconds. True when there is such a thing.
     bool SetTime(double time);
 
     const std::vector<DrawItem>& GetItems() const { return m_items; }
     const qs::Bound& GetBound() const { return m_bound; }
     /// Outermost points of what is drawn, for framing.
     std::vector<Vector3f> GetOutline() const;
-    qs::ObjectHandle GetVertexFormat() const { return m_vertexFormat; }
     std::uint64_t GetTriangleCount() const { return m_triangleCount; }
 
 private:
@@ -78,11 +82,14 @@ private:
     bool CreateModel(const ScenePart& part, gw::Model& model);
     void CreateMaterials(const SceneData& data, const TextureLoader& textures);
     void CreateItems(const SceneData& data);
+    bool CreateFlag(const ScenePart& part, std::unique_ptr<FlagModel>& flag);
+    bool SetModel(std::size_t part, DrawItem& item) const;
     qs::ObjectHandle MakeTexel(unsigned char r, unsigned char g, unsigned char b);
 
     gw::Renderer& m_renderer;
     qs::ObjectHandle m_vertexFormat;
-    std::vector<std::unique_ptr<gw::Model>> m_models; ///< per part; null where the device had no room
+    std::vector<std::unique_ptr<gw::Model>> m_models; ///< per part; null where the device had no room, and of cloths
+    std::vector<std::unique_ptr<FlagModel>> m_flags;  ///< per part; null of all but cloths
     std::vector<std::vector<Vector3f>> m_outlines;    ///< per part
     std::vector<qs::ObjectHandle> m_textures;
     std::vector<DeviceMaterial> m_materials;

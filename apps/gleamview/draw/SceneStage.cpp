@@ -114,7 +114,8 @@ void SceneStage::RecordBeginning(const ViewerView& view)
                                  0.0f);
     commands.UpdateGlobalConstants();
     const Shaders& shaders = *m_context.shaders;
-    for (const qs::ObjectHandle& shader : {shaders.surface, shaders.surfaceFull, shaders.ground}) {
+    for (const qs::ObjectHandle& shader :
+         {shaders.surface, shaders.surfaceFull, shaders.surfaceCloth, shaders.ground}) {
         RecordLight(commands, shader);
     }
     commands.BeginRenderFullScreenTriangle(shaders.backdrop, gw::details::RendererBase::DS(gw::DS_NONE), 0);
@@ -152,7 +153,10 @@ void SceneStage::RecordItem(gw::RendererCommandBuffer& commands, const DrawItem&
     const Names& names = m_context.names;
     const DeviceMaterial& material = *item.material;
     const Shaders& shaders = *m_context.shaders;
-    gw::PrepareDrawData draw = MakeDraw(m_context, item, material.isFull ? shaders.surfaceFull : shaders.surface);
+    const qs::ObjectHandle shader = item.isCloth      ? shaders.surfaceCloth
+                                    : material.isFull ? shaders.surfaceFull
+                                                      : shaders.surface;
+    gw::PrepareDrawData draw = MakeDraw(m_context, item, shader);
     if (material.isBlended) {
         draw.depthState = RendererBase::DS(gw::DS_READ);
         draw.blendState = RendererBase::BS(gw::BS_PREMULTIPLIED);
@@ -167,7 +171,7 @@ void SceneStage::RecordItem(gw::RendererCommandBuffer& commands, const DrawItem&
     commands.SetShaderConstant4f(names.surface, material.surface);
     commands.SetTexture(names.baseTexture, material.baseTexture, -1);
     commands.SetTexture(names.shadowMapTexture, *m_shadowMap, -1);
-    if (material.isFull) {
+    if (material.isFull && !item.isCloth) {
         commands.SetTexture(names.normalTexture, material.normalTexture, -1);
         commands.SetTexture(names.surfaceTexture, material.surfaceTexture, -1);
         commands.SetTexture(names.emissiveTexture, material.emissiveTexture, -1);

@@ -59,9 +59,10 @@ bool Shaders::Create(std::string& error)
         const char* define;
     };
     const Row rows[] = {
-        {surface, "surface.shader", "PLAIN"}, {surfaceFull, "surface.shader", "FULL"},
-        {shadow, "shadow.shader", "PLAIN"},   {shadowMasked, "shadow.shader", "MASKED"},
-        {ground, "ground.shader", "PLAIN"},   {backdrop, "backdrop.shader", "PLAIN"},
+        {surface, "surface.shader", "PLAIN"},      {surfaceFull, "surface.shader", "FULL"},
+        {surfaceCloth, "surface.shader", "CLOTH"}, {shadow, "shadow.shader", "PLAIN"},
+        {shadowMasked, "shadow.shader", "MASKED"}, {ground, "ground.shader", "PLAIN"},
+        {backdrop, "backdrop.shader", "PLAIN"},
     };
     for (const Row& row : rows) {
         row.handle = Add(row.file, row.define, "1");

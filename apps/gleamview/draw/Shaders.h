@@ -29,8 +29,9 @@ public:
     /// The developing shader for a number of samples per pixel; made when it is first asked for.
     qs::ObjectHandle GetDevelop(unsigned samples);
 
-    qs::ObjectHandle surface;     ///< with the base texture only
-    qs::ObjectHandle surfaceFull; ///< with all textures
+    qs::ObjectHandle surface;      ///< with the base texture only
+    qs::ObjectHandle surfaceFull;  ///< with all textures
+    qs::ObjectHandle surfaceCloth; ///< with the base texture only, colours left alone
     qs::ObjectHandle shadow;
     qs::ObjectHandle shadowMasked; ///< with holes
     qs::ObjectHandle ground;

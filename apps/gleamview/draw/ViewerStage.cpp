@@ -65,8 +65,10 @@ gw::PrepareDrawData MakeDraw(const SceneContext& context, const DrawItem& item, 
     data.depthState = RendererBase::DS(gw::DS_READ_WRITE);
     data.rasterizerState = RendererBase::RS(gw::RS_SOLID);
     data.blendState = RendererBase::BS(gw::BS_OPAQUE);
-    data.vertexFormat = context.scene->GetVertexFormat();
+    data.vertexFormat = item.vertexFormat;
     data.vertexBuffers[0] = item.model->GetVertexBuffer();
+    data.vertexBuffers[1] = item.moreBuffers[0];
+    data.vertexBuffers[2] = item.moreBuffers[1];
     data.indexBuffer = item.model->GetIndexBuffer();
     data.topology = item.model->GetTopology();
     return data;

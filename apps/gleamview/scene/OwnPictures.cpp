@@ -142,6 +142,26 @@ SceneTexture MakeTiles()
     });
 }
 
+SceneTexture MakeFlagPicture()
+{
+    return PaintTexture("flag", 512, true, [](float u, float v) {
+        const auto blend = [](const Vector3f& a, const Vector3f& b, float share) {
+            return a + (b - a) * std::clamp(share, 0.0f, 1.0f);
+        };
+        constexpr float sharpness = 256.0f; // texels of an edge
+        Vector3f color(0.02f, 0.33f, 0.34f);
+        color = blend(color, {0.95f, 0.93f, 0.86f}, (v - 0.38f) * sharpness);
+        color = blend(color, {0.90f, 0.38f, 0.22f}, (v - 0.62f) * sharpness);
+        // A star of eight rays on a disc, by its distance in shares of the flag's height.
+        const float x = (u - 0.36f) * 1.6f;
+        const float y = v - 0.5f;
+        const float distance = std::sqrt(x * x + y * y);
+        const float ray = std::fabs(std::fmod(std::atan2(y, x) + 7.0f * 0.785398163f, 0.785398163f) - 0.392699082f);
+        color = blend({0.95f, 0.93f, 0.86f}, color, (distance - 0.34f) * sharpness);
+        return Shade(blend({0.93f, 0.62f, 0.07f}, color, (distance - 0.13f - 0.4f * ray) * sharpness * 0.7f), 1.0f);
+    });
+}
+
 SceneTexture MakeStandIn()
 {
     return PaintTexture("stand-in", 64, true, [](float u, float v) {

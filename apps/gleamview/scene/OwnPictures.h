@@ -10,6 +10,7 @@ SceneTexture MakeBricks();       ///< colour
 SceneTexture MakeBrickNormals(); ///< normals of the same bricks
 SceneTexture MakeLattice();      ///< colour with holes
 SceneTexture MakeTiles();        ///< colour
+SceneTexture MakeFlagPicture();  ///< colour
 /// What stands in for a texture that cannot be had: a chequered pattern that nobody takes for a surface.
 SceneTexture MakeStandIn();
 

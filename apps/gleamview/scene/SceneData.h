@@ -38,6 +38,7 @@ struct ScenePart
     std::uint32_t vertexCount = 0;
     std::uint32_t indexCount = 0;
     qs::Bound bound;
+    bool isCloth = false; ///< moves in the wind, as freely as the red of its colours says; they colour nothing then
 };
 
 /// A run of parts, placed. Several instances may show the same parts.

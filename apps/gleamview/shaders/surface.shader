@@ -1,4 +1,5 @@
-All parts of models. FULL adds the textures beside the base texture.
+All parts of models. FULL adds the textures beside the base texture; CLOTH takes no colours from the
+vertices, where they are weights.
 
 [Vertex shader]
 float4x4 world;
@@ -31,7 +32,11 @@ Pixel main(Vertex vertex)
     pixel.normal = n.x * cross(world[1].xyz, world[2].xyz) + n.y * cross(world[2].xyz, world[0].xyz) +
                    n.z * cross(world[0].xyz, world[1].xyz);
     pixel.uv = vertex.uv;
+#ifdef CLOTH
+    pixel.color = float4(1.0, 1.0, 1.0, 1.0);
+#else
     pixel.color = float4(pow(abs(vertex.color.rgb), 2.2), vertex.color.a);
+#endif
     return pixel;
 }
 
