@@ -8,9 +8,9 @@
 
 namespace gw {
 
-// Channels are named in memory order or, for packed formats, from the high bits down. 8 and 16 without a suffix are
-// unsigned normalised, S is signed normalised, F floating point, I and UI unnormalised integers.
-// The values index the converter table and are stored in images; they never change.
+/// Channels are named in memory order or, for packed formats, from the high bits down. 8 and 16 without a suffix are
+/// unsigned normalised, S is signed normalised, F floating point, I and UI unnormalised integers.
+/// The values index the converter table and are stored in images; they never change.
 enum EFormat : uint32_t
 {
     FORMAT_NONE = 0,
@@ -54,9 +54,9 @@ enum EFormat : uint32_t
     FORMAT_RG32UI = 38,
     FORMAT_RGB32UI = 39,
     FORMAT_RGBA32UI = 40,
-    FORMAT_RGBE8 = 41,    // three 8-bit mantissas, one 8-bit exponent
-    FORMAT_RGB9E5 = 42,   // three 9-bit mantissas, one 5-bit exponent
-    FORMAT_RG11B10F = 43, // small unsigned floats
+    FORMAT_RGBE8 = 41,    ///< three 8-bit mantissas, one 8-bit exponent
+    FORMAT_RGB9E5 = 42,   ///< three 9-bit mantissas, one 5-bit exponent
+    FORMAT_RG11B10F = 43, ///< small unsigned floats
     FORMAT_RGB565 = 44,
     FORMAT_RGBA4 = 45,
     FORMAT_RGB10A2 = 46,
@@ -69,31 +69,31 @@ enum EFormat : uint32_t
     FORMAT_DXT1 = 53,
     FORMAT_DXT3 = 54,
     FORMAT_DXT5 = 55,
-    FORMAT_ATI1N = 56, // BC4
-    FORMAT_ATI2N = 57, // BC5
+    FORMAT_ATI1N = 56, ///< BC4
+    FORMAT_ATI2N = 57, ///< BC5
     FORMAT_BC6H = 58,
     FORMAT_BC7 = 59,
     FORMAT_BGR8 = 60,
     FORMAT_BGRA8 = 61,
-    FORMAT_D32FS8 = 62, // behind FORMAT_BGRA8, not among the depth formats
-    FORMAT_MAX = 63     // the count, and the format of an image that has none yet
+    FORMAT_D32FS8 = 62, ///< behind FORMAT_BGRA8, not among the depth formats
+    FORMAT_MAX = 63     ///< the count, and the format of an image that has none yet
 };
 
-// The interned enumerator name ("FORMAT_R8"), one of the GWFS strings; null strings before GWFS::Init.
-// FORMAT_MAX and every larger value give GWFS::strFORMAT_MAX.
+/// The interned enumerator name ("FORMAT_R8"), one of the GWFS strings; null strings before GWFS::Init.
+/// FORMAT_MAX and every larger value give GWFS::strFORMAT_MAX.
 GW_API const qs::FixedString& FormatToFixedString(EFormat format);
 
 namespace image {
 
 struct FormatDescription
 {
-    const char* name;       // display name: "None" for FORMAT_NONE, "<unknown>" for a value outside the catalogue
-    int64_t channelCount;   // 0 for FORMAT_NONE and unknown values
-    uint64_t elementBytes;  // of one pixel, or of one 4x4 block
-    bool isBlockCompressed; // FORMAT_DXT1 to FORMAT_BC7
+    const char* name;       ///< display name: "None" for FORMAT_NONE, "<unknown>" for a value outside the catalogue
+    int64_t channelCount;   ///< 0 for FORMAT_NONE and unknown values
+    uint64_t elementBytes;  ///< of one pixel, or of one 4x4 block
+    bool isBlockCompressed; ///< FORMAT_DXT1 to FORMAT_BC7
 };
 
-// Meant once per image or stream, not per pixel. An unknown value gives an all-zero description.
+/// Meant once per image or stream, not per pixel. An unknown value gives an all-zero description.
 GW_API FormatDescription GetFormatDescription(EFormat format);
 
 } // namespace image

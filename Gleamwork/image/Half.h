@@ -9,8 +9,8 @@ namespace gw {
 
 namespace details {
 
-// Rounds half up on the magnitude (ties go away from zero), unlike the processor's own conversion, which rounds ties
-// to even. A NaN keeps the top ten bits of its payload, and its lowest bit is set when they are all zero.
+/// Rounds half up on the magnitude (ties go away from zero), unlike the processor's own conversion, which rounds ties
+/// to even. A NaN keeps the top ten bits of its payload, and its lowest bit is set when they are all zero.
 constexpr uint16_t FloatToHalfBits(float value)
 {
     const uint32_t bits = std::bit_cast<uint32_t>(value);
@@ -35,7 +35,7 @@ constexpr uint16_t FloatToHalfBits(float value)
     return static_cast<uint16_t>(sign | (rounded << 10) | ((carry != 0 ? 0 : mantissa) >> 13));
 }
 
-// Exact; a NaN keeps its payload and is not made quiet.
+/// Exact; a NaN keeps its payload and is not made quiet.
 constexpr float HalfBitsToFloat(uint16_t half)
 {
     const uint32_t sign = static_cast<uint32_t>(half & 0x8000) << 16;
@@ -60,7 +60,7 @@ public:
 
     constexpr half() = default;
     constexpr half(float value) : m_bits(details::FloatToHalfBits(value)) {}
-    // Narrowed to float first: a value may be rounded twice.
+    /// Narrowed to float first: a value may be rounded twice.
     constexpr half(double value) : half(static_cast<float>(value)) {}
     constexpr half(const half&) = default;
     constexpr half(half&&) = default;
