@@ -91,6 +91,8 @@ public:
     /// Performs what was queued up to now.
     void Drain();
     api::IAPI& GetApi() { return *m_api; }
+    /// What is pushed here runs in its place between the recordings that are handed over.
+    qs::CommandBuffer& GetImmediateQueue() { return m_immediate; }
 
 private:
     IApp& m_app;

@@ -206,8 +206,9 @@ TEST_F(Models, ATraceTellsWhatWasDone)
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
     std::ostringstream text;
     text << std::ifstream(File("trace.json")).rdbuf();
-    for (const char* span : {"gleamview::Frame", "gleamview::Cull", "gleamview::RecordShadow", "gleamview::RecordSolid",
-                             "apps::Library::Drain", "qs::ExecuteCommandDispatcher"})
+    for (const char* span :
+         {"gleamview::Frame", "gleamview::Cull", "gleamview::RecordShadow", "gleamview::RecordSolid",
+          "apps::Library::Drain", "qs::ExecuteCommandDispatcher", "processor ms: replay", "GPU ms: scene"})
         EXPECT_NE(text.str().find(span), std::string::npos) << span;
     EXPECT_EQ(Run("--trace " + File("no/folder/t.json") + " --out " + File("x.png")).status, 1);
 }

@@ -1,4 +1,4 @@
-// The last two stages: the scene's light as a picture in the frame buffer, and what lies over it.
+// The scene's light as a picture in the frame buffer.
 #pragma once
 
 #include "draw/SceneStage.h"
@@ -19,18 +19,6 @@ private:
 
     const SceneStage& m_scene;
     qs::ObjectHandle m_shader;
-};
-
-/// A line between views.
-class OverlayStage final : public ViewerStage
-{
-public:
-    explicit OverlayStage(const SceneContext& context);
-
-    void AddWork(const ViewerView& view, qs::WorkerThreadBatch* batch) override;
-
-private:
-    void Record(const ViewerView& view);
 };
 
 } // namespace gleamview

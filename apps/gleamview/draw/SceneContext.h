@@ -4,11 +4,14 @@
 #include "draw/DeviceScene.h"
 #include "draw/Light.h"
 #include "draw/Shaders.h"
+#include "draw/StageTimes.h"
 
 #include <Gleamwork/AppStage.h>
 #include <Gleamwork/FullScreen.h>
 
 #include <qs/FixedString.h>
+#include <string>
+#include <vector>
 
 namespace gleamview {
 
@@ -46,6 +49,18 @@ struct DrawSwitches
     bool ground = true;
 };
 
+class OverlayFont;
+class StageTimer;
+
+/// What lies over the picture. Changed between frames.
+struct Overlay
+{
+    const OverlayFont* font = nullptr; ///< null without a window: nothing is written over a picture then
+    bool showsTimes = false;
+    std::vector<StageTime> times;
+    std::string notice; ///< empty shows none
+};
+
 struct SceneContext
 {
     gw::Renderer* renderer = nullptr;
@@ -54,6 +69,8 @@ struct SceneContext
     Names names;
     Light light;
     DrawSwitches switches;
+    Overlay overlay;
+    StageTimer* timer = nullptr; ///< belongs to the frame loop's thread
     gw::FullScreenQuad quad;
     unsigned recorders = 1; ///< command buffers side by side
 };

@@ -2,9 +2,11 @@
 #include "draw/SceneFrame.h"
 
 #include "draw/DevelopStage.h"
+#include "draw/OverlayStage.h"
 #include "draw/ShadowStage.h"
 
 #include <Gleamwork/CameraManager.h>
+#include <Gleamwork/IAPI.h>
 #include <Gleamwork/Renderer.h>
 
 #include <algorithm>
@@ -27,9 +29,14 @@ gw::CameraManager& Cameras()
 
 } // namespace
 
-SceneFrame::SceneFrame(apps::Library& library, gw::RenderFrame& frame) : m_library(library), m_frame(frame)
+SceneFrame::SceneFrame(apps::Library& library, gw::RenderFrame& frame)
+    : m_library(library), m_frame(frame), m_timer(*library.GetApi().GetAPIData(), library.GetImmediateQueue())
 {
     m_context.renderer = gw::details::RendererBase::GetInstance();
+    m_context.timer = &m_timer;
+    m_steps.record = qs::FixedString::Create("record", -1);
+    m_steps.replay = qs::FixedString::Create("replay", -1);
+    m_steps.present = qs::FixedString::Create("present", -1);
 }
 
 SceneFrame::~SceneFrame()
@@ -58,6 +65,10 @@ bool SceneFrame::Create(const Options& options, DeviceScene& scene, const std::v
     m_context.shaders = m_shaders.get();
     if (!m_shaders->Create(error)) {
         return false;
+    }
+    if (m_frame.GetDesc().window) {
+        m_font = std::make_unique<OverlayFont>(*m_context.renderer);
+        m_context.overlay.font = m_font.get();
     }
     if (!m_context.quad.Init(m_shaders->ground, false, nullptr)) {
         error = "the device has no room for the ground";
@@ -170,6 +181,24 @@ std::string SceneFrame::NextCamera()
     return m_cameraNames[m_camera].ToChar();
 }
 
+/// Every step is measured, the stages inside the replay by themselves.
+void SceneFrame::RunSteps(const qs::GameTime& gameTime, bool present)
+{
+    m_timer.Begin(m_steps.record);
+    m_frame.Update(gameTime);
+    m_frame.StartCollecting();
+    m_frame.DoWhileCollecting();
+    m_frame.BeginFrame();
+    m_frame.FinishAndExecute();
+    m_timer.End(m_steps.record);
+    m_timer.Begin(m_steps.replay);
+    m_library.Drain();
+    m_timer.End(m_steps.replay);
+    m_timer.Begin(m_steps.present);
+    m_frame.EndFrame(present);
+    m_timer.End(m_steps.present);
+}
+
 bool SceneFrame::Draw(double time, bool present)
 {
     qs::HProfileSample sample("gleamview::Frame");
@@ -180,13 +209,11 @@ bool SceneFrame::Draw(double time, bool present)
     gameTime.frame = m_frameNumber++;
     m_lastTime = time;
     m_context.renderer->SetGameTime(gameTime);
-    m_frame.Update(gameTime);
-    m_frame.StartCollecting();
-    m_frame.DoWhileCollecting();
-    m_frame.BeginFrame();
-    m_frame.FinishAndExecute();
-    m_library.Drain();
-    m_frame.EndFrame(present);
+    m_timer.SetEnabled(m_context.overlay.showsTimes || qs::Profiler::IsTracing());
+    m_timer.BeginFrame();
+    RunSteps(gameTime, present);
+    m_timer.EndFrame();
+    m_context.overlay.times = m_timer.GetTimes().GetMeans();
     return isMoving;
 }
 

@@ -4,7 +4,9 @@
 #include "Options.h"
 #include "common/Library.h"
 #include "draw/OrbitCamera.h"
+#include "draw/OverlayFont.h"
 #include "draw/SceneContext.h"
+#include "draw/StageTimer.h"
 #include "draw/ViewerView.h"
 
 #include <Gleamwork/RenderFrame.h>
@@ -36,8 +38,10 @@ public:
     /// Goes on to the next camera of the first view: the orbit camera, then the file's. Gives its name.
     std::string NextCamera();
     DrawSwitches& GetSwitches() { return m_context.switches; }
+    Overlay& GetOverlay() { return m_context.overlay; }
 
 private:
+    void RunSteps(const qs::GameTime& gameTime, bool present);
     bool CreateViews(const Options& options);
     bool AddStages(ViewerView& view, std::string& error);
     void CreateCameras(const Options& options, const std::vector<SceneCamera>& cameras);
@@ -48,6 +52,12 @@ private:
     gw::RenderFrame& m_frame;
     SceneContext m_context;
     std::unique_ptr<Shaders> m_shaders;
+    std::unique_ptr<OverlayFont> m_font; ///< null for a picture
+    StageTimer m_timer;
+    struct
+    {
+        qs::FixedString record, replay, present;
+    } m_steps;
     DeviceScene* m_scene = nullptr;
     std::vector<std::unique_ptr<ViewerView>> m_views;
     std::vector<OrbitCamera*> m_orbits; ///< per view; the camera manager's

@@ -1,6 +1,8 @@
 // Hand-over of recordings and what all draws share.
 #include "draw/ViewerStage.h"
 
+#include "draw/StageTimer.h"
+
 #include <Gleamwork/GWDataLoader.h>
 #include <Gleamwork/Renderer.h>
 
@@ -45,6 +47,8 @@ Names::Names()
 ViewerStage::ViewerStage(StageType type, const SceneContext& context, std::size_t recordings)
     : m_context(context), m_type(type)
 {
+    static constexpr const char* names[] = {"shadow", "scene", "develop", "overlay"};
+    m_name = qs::FixedString::Create(names[type], -1);
     for (std::size_t i = 0; i < recordings; ++i) {
         m_recordings.push_back(std::make_unique<gw::RendererCommandBuffer>());
     }
@@ -52,9 +56,11 @@ ViewerStage::ViewerStage(StageType type, const SceneContext& context, std::size_
 
 void ViewerStage::FinishAndExecute(const gw::RenderView* const)
 {
+    m_context.timer->QueueBegin(m_name);
     for (const auto& recording : m_recordings) {
         gw::DataLoader::InvokeExecuteRCB(recording.get());
     }
+    m_context.timer->QueueEnd(m_name);
 }
 
 gw::PrepareDrawData MakeDraw(const SceneContext& context, const DrawItem& item, qs::ObjectHandle shader)

@@ -37,6 +37,7 @@ protected:
 
 private:
     StageType m_type;
+    qs::FixedString m_name; ///< in measurements
     std::vector<std::unique_ptr<gw::RendererCommandBuffer>> m_recordings;
 };
 

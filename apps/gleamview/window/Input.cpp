@@ -13,6 +13,7 @@ const KeyRow g_keys[] = {
     {SDLK_w, Action::Wireframe, "W", "wireframe"},
     {SDLK_b, Action::Bounds, "B", "boxes around the parts"},
     {SDLK_g, Action::Ground, "G", "ground"},
+    {SDLK_t, Action::Overlay, "T", "times of the frame's stages on processor and GPU"},
     {SDLK_c, Action::NextCamera, "C", "next camera of the file"},
     {SDLK_r, Action::ResetCamera, "R", "camera back to where it began"},
     {SDLK_SPACE, Action::Pause, "Space", "pause what moves"},

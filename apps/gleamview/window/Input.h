@@ -14,6 +14,7 @@ enum class Action : std::uint8_t
     Wireframe,
     Bounds,
     Ground,
+    Overlay,
     NextCamera,
     ResetCamera,
     Pause,

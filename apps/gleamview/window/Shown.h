@@ -28,6 +28,7 @@ public:
     /// Gives the name of the camera that it went on to.
     virtual std::string NextCamera() = 0;
     virtual DrawSwitches& GetSwitches() = 0;
+    virtual Overlay& GetOverlay() = 0;
 
     /// For people.
     virtual const std::string& GetName() const = 0;

@@ -34,6 +34,7 @@ public:
     void ResetCamera() override;
     std::string NextCamera() override { return m_sceneFrame->NextCamera(); }
     DrawSwitches& GetSwitches() override { return m_sceneFrame->GetSwitches(); }
+    Overlay& GetOverlay() override { return m_sceneFrame->GetOverlay(); }
     const std::string& GetName() const override { return m_name; }
     const std::string& GetFile() const override { return m_file; }
 

@@ -42,6 +42,7 @@ bool WindowLoop::OpenFiles(const std::vector<std::string>& files)
     case ShownScene::Result::Loaded:
         break;
     }
+    const bool showsTimes = m_shown && m_shown->GetOverlay().showsTimes;
     m_shown.reset();
     std::string error;
     if (!scene->Attach(error)) {
@@ -50,6 +51,7 @@ bool WindowLoop::OpenFiles(const std::vector<std::string>& files)
         return false;
     }
     m_shown = std::move(scene);
+    m_shown->GetOverlay().showsTimes = showsTimes;
     m_mustDraw = true;
     m_nextTitle = {};
     return true;
@@ -133,6 +135,10 @@ void WindowLoop::Perform(Action action)
         return Switch(&DrawSwitches::bounds);
     case Action::Ground:
         return Switch(&DrawSwitches::ground);
+    case Action::Overlay:
+        m_shown->GetOverlay().showsTimes = !m_shown->GetOverlay().showsTimes;
+        m_mustDraw = true;
+        return;
     case Action::NextCamera:
         Tell("camera " + m_shown->NextCamera());
         m_mustDraw = true;
@@ -208,7 +214,7 @@ bool WindowLoop::OnWindowClose(const gw::WindowCloseEvent&)
     return true;
 }
 
-/// The picture is drawn once more for it: what was presented is the display's.
+/// The picture is drawn once more for it, without the line of news: what was presented is the display's.
 void WindowLoop::TakeScreenshot()
 {
     const std::string path = FindScreenshotPath(m_shown->GetFile(), "gleamview");
@@ -216,6 +222,7 @@ void WindowLoop::TakeScreenshot()
         PrintError("no folder takes the screenshot");
         return Tell("no folder takes the screenshot");
     }
+    m_shown->GetOverlay().notice.clear();
     m_shown->Draw(m_time, false);
     gw::Renderer& renderer = *gw::details::RendererBase::GetInstance();
     m_mustDraw = true;

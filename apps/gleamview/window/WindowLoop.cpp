@@ -19,9 +19,11 @@ namespace gleamview {
 namespace {
 
 constexpr std::chrono::milliseconds s_titlePace{500};
-constexpr std::chrono::seconds s_noticeTime{4};
+constexpr std::chrono::seconds s_noticeTime{3};
 constexpr double s_frameTime = 1.0 / 60.0; ///< where the number of frames is given
-constexpr double s_longestStep = 0.1;      ///< what moves does not jump behind a pause
+constexpr unsigned s_timedFrames = 6;
+constexpr std::int64_t s_longestWait = 3'600'000; ///< milliseconds
+constexpr double s_longestStep = 0.1;             ///< what moves does not jump behind a pause
 
 } // namespace
 
@@ -54,7 +56,7 @@ int WindowLoop::Run()
 
 bool WindowLoop::MustDraw() const
 {
-    return m_window.IsVisible() && (m_mustDraw || IsMoving() || m_framesLeft > 0);
+    return m_window.IsVisible() && (m_mustDraw || IsMoving() || m_framesLeft > 0 || m_timedFrames > 0);
 }
 
 /// Sleeps until there is an event, the next frame is due, or the title has something to take back.
@@ -67,7 +69,7 @@ void WindowLoop::WaitForNews()
     } else if (m_isRunning || !m_notice.empty()) {
         const Clock::time_point next = m_isRunning ? m_nextTitle : m_noticeEnd;
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - now);
-        wait = std::max(0, static_cast<int>(left.count()));
+        wait = static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, s_longestWait));
     }
     if (wait != 0) {
         SDL_WaitEventTimeout(nullptr, wait);
@@ -94,10 +96,18 @@ void WindowLoop::DrawFrame()
     AdvanceTime(now);
     m_pace.SetRate(m_window.GetRefreshRate());
     m_pace.Begin(now);
+    if (m_mustDraw && m_shown->GetOverlay().showsTimes) {
+        m_timedFrames = s_timedFrames;
+    } else if (m_timedFrames > 0) {
+        --m_timedFrames;
+    }
     m_mustDraw = false;
     m_isRunning = true;
     m_isMoving = m_shown->Draw(m_time, true);
     m_rate.Add(Clock::now());
+    if (m_noticeEnd == Clock::time_point::max()) {
+        m_noticeEnd = Clock::now() + s_noticeTime;
+    }
     UpdateTitle(false);
     if (m_framesLeft > 0 && --m_framesLeft == 0) {
         m_isDone = true;
@@ -107,8 +117,11 @@ void WindowLoop::DrawFrame()
 void WindowLoop::Tell(const std::string& notice)
 {
     m_notice = notice;
-    m_noticeEnd = Clock::now() + s_noticeTime;
+    m_shown->GetOverlay().notice = notice;
+    m_mustDraw = true;
+    m_noticeEnd = Clock::time_point::max(); // it counts from the frame that shows it
     m_nextTitle = {};
+    UpdateTitle(false);
 }
 
 /// `stands`: no frame was drawn for a while, so that there is no rate to tell.
@@ -122,8 +135,10 @@ void WindowLoop::UpdateTitle(bool stands)
         m_isRunning = false;
         m_rate.Reset();
     }
-    if (now >= m_noticeEnd) {
+    if (now >= m_noticeEnd && !m_notice.empty()) {
         m_notice.clear();
+        m_shown->GetOverlay().notice.clear();
+        m_mustDraw = true;
     }
     m_nextTitle = now + s_titlePace;
     const std::string title = MakeTitle({m_shown->GetName(), m_device, m_notice, m_rate.Get(), m_isPaused});

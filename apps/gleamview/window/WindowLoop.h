@@ -70,10 +70,11 @@ private:
     Clock::time_point m_noticeEnd;
     Clock::time_point m_nextTitle;
     Clock::time_point m_lastFrame;
-    double m_time;           ///< seconds of the scene
-    unsigned m_framesLeft;   ///< 0 for no end
-    bool m_mustDraw = true;  ///< something changed since the last frame
-    bool m_isMoving = false; ///< the scene moves by itself
+    double m_time;              ///< seconds of the scene
+    unsigned m_framesLeft;      ///< 0 for no end
+    unsigned m_timedFrames = 0; ///< that are drawn behind a change until its times are known
+    bool m_mustDraw = true;     ///< something changed since the last frame
+    bool m_isMoving = false;    ///< the scene moves by itself
     bool m_isPaused = false;
     bool m_isRunning = false; ///< the frame before was drawn just before
     bool m_isDone = false;
