@@ -105,6 +105,43 @@ TEST_F(WindowOnScreen, BytesOfTheBackBufferAreInTheAskedOrder)
     EXPECT_EQ(Rgba(255, 0, 0), ReadColor(other.Get()));
 }
 
+// A picture that is nothing but a clear may be shown before the back buffer itself is cleared.
+TEST_F(WindowOnScreen, ClearedPicturesAreShownAndStayInTheBackBuffer)
+{
+    ASSERT_EQ(S_OK, MakeChain(Flip()));
+    const float colors[][4] = {{1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1}};
+    const ComPtr<ID3D11RenderTargetView> target = Target(BackBuffer().Get());
+    const ComPtr<ID3D11Texture2D> part = Texture(DXGI_FORMAT_R8G8B8A8_UNORM, 40, 40);
+    const ComPtr<ID3D11RenderTargetView> partTarget = Target(part.Get());
+    for (const auto& color : colors) {
+        context->ClearRenderTargetView(target.Get(), color);
+        context->ClearRenderTargetView(partTarget.Get(), color);
+        EXPECT_EQ(S_OK, Present());
+    }
+    EXPECT_EQ(0x0000ffu, Shown(160, 100, 0x0000ff));
+    EXPECT_EQ(Rgba(0, 0, 255), ReadColor(part.Get()));
+    context->ClearRenderTargetView(target.Get(), colors[1]);
+    EXPECT_EQ(S_OK, Present());
+    context->CopySubresourceRegion(BackBuffer().Get(), 0, 100, 50, 0, part.Get(), 0, nullptr);
+    EXPECT_EQ(S_OK, Present());
+    EXPECT_EQ(0x0000ffu, Shown(120, 70, 0x0000ff));
+    EXPECT_EQ(0x00ff00u, Shown(20, 20, 0x00ff00));
+    // More than a frame's own clears do not wait, whoever holds their targets.
+    context->ClearRenderTargetView(target.Get(), colors[0]);
+    std::vector<ComPtr<ID3D11Texture2D>> others;
+    for (int i = 0; i < 6; ++i) {
+        others.push_back(Texture(DXGI_FORMAT_R8G8B8A8_UNORM, 8, 8));
+        context->ClearRenderTargetView(Target(others.back().Get()).Get(), colors[i % 3]);
+    }
+    EXPECT_EQ(S_OK, Present());
+    EXPECT_EQ(0xff0000u, Shown(160, 100, 0xff0000));
+    EXPECT_EQ(Rgba(255, 0, 0), ReadColor(BackBuffer().Get()));
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(Rgba(colors[i % 3][0] * 255, colors[i % 3][1] * 255, colors[i % 3][2] * 255),
+                  ReadColor(others[std::size_t(i)].Get()));
+    }
+}
+
 TEST_F(WindowOnScreen, PicturesOfAnotherSizeAreScaledOrPlaced)
 {
     DXGI_SWAP_CHAIN_DESC1 desc = Flip();

@@ -297,11 +297,14 @@ public:
 
     /// Ends what is being recorded and hands it to the device. With `sync` it goes even when it is empty.
     void Submit(const QueueSync* sync = nullptr);
+    /// The same for a frame's end. A few clears may go on waiting for the draws that take them up, or for the next
+    /// frame's clears, which take their place.
+    void SubmitFrame(const QueueSync& sync);
 
     /// Takes a texture off the output stage, and off every stage with `everywhere`.
     void Unbind(Resource& resource, bool everywhere);
     /// Records the way of a back buffer into a window's image; Submit has to follow. Throws VulkanError.
-    void CopyToWindow(Texture& from, const WindowImage& to, const PresentRequest& request);
+    void CopyToWindow(Texture& source, const WindowImage& to, const PresentRequest& request);
 
     INT BeginLabel(LPCWSTR name);
     INT EndLabel();
@@ -398,6 +401,8 @@ private:
     void FlushClearsOf(Resource& resource);
     void RecordClear(const PendingClear& clear);
     void DropClear(PendingClear& clear);
+    void CopyPicture(Texture& from, const WindowImage& to, const VkOffset3D (&source)[2], const VkOffset3D (&place)[2]);
+    const PendingClear* FindWholeClear(const Texture& texture, VkFormat format) const;
 
     /// Outside of a pass, with the barriers for what the stages read and write.
     bool StageNeedsBarrier(EStage stage);
@@ -490,6 +495,7 @@ private:
 
     // --- ContextQuery
     void BeforeSubmit();
+    void SubmitRecorded(const QueueSync* sync);
     void AfterSubmit();
 
     VulkanDevice& m_owner;

@@ -30,7 +30,6 @@ struct Placement
     VkOffset3D from[2];
     VkOffset3D to[2];
 
-    bool IsPlainCopy() const { return from[1].x == to[1].x - to[0].x && from[1].y == to[1].y - to[0].y; }
     bool Covers(const VkExtent2D& window) const
     {
         return to[0].x == 0 && to[0].y == 0 && to[1].x == static_cast<int32_t>(window.width) &&
@@ -108,37 +107,65 @@ Texture& Context::Resolved(Texture& texture, ComPtr<ID3D11Texture2D>& holder)
     return ResourceOf(holder.Get())->AsTexture();
 }
 
+/// The clear that is all that the texture holds, when it means the same in an image of this format.
+const Context::PendingClear* Context::FindWholeClear(const Texture& texture, VkFormat format) const
+{
+    if (texture.pendingClears != 1 || texture.ImageFormat() != format) {
+        return nullptr;
+    }
+    const auto found = std::find_if(m_clears.begin(), m_clears.end(), [&](const PendingClear& clear) {
+        return clear.color && &clear.color->resource == &texture && clear.color->format == format;
+    });
+    return found != m_clears.end() ? &*found : nullptr;
+}
+
 void Context::CopyToWindow(Texture& source, const WindowImage& to, const PresentRequest& request)
 {
+    const Placement place = Place(source.info.width, source.info.height, to.extent, request.scaling);
+    // The semaphore lets this stage begin; what the image showed before does not matter.
+    const Dependency before{VK_PIPELINE_STAGE_2_TRANSFER_BIT, 0, VK_IMAGE_LAYOUT_UNDEFINED};
+    const Dependency written{VK_PIPELINE_STAGE_2_TRANSFER_BIT, VK_ACCESS_2_TRANSFER_WRITE_BIT,
+                             VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL};
+    const auto clearWindow = [&](const VkClearColorValue& value) {
+        m_vk.CmdClearColorImage(OutsidePass(), to.image, VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, &value, 1, &WholeColor);
+    };
+    if (const PendingClear* clear = FindWholeClear(source, to.format); clear && place.Covers(to.extent)) {
+        m_barriers.AddImage(to.image, WholeColor, before, access::CopyWrite);
+        clearWindow(clear->value.color);
+        m_barriers.AddImage(to.image, WholeColor, written, Shown);
+        m_dirty |= DirtyHazards;
+        return;
+    }
     FlushClearsOf(source);
     ComPtr<ID3D11Texture2D> holder;
     Texture& from = Resolved(source, holder);
-    const Placement place = Place(from.info.width, from.info.height, to.extent, request.scaling);
     UseTexture(from, from.Whole(), access::CopyRead);
-    // The semaphore lets this stage begin; what the image showed before does not matter.
-    m_barriers.AddImage(to.image, WholeColor, {VK_PIPELINE_STAGE_2_TRANSFER_BIT, 0, VK_IMAGE_LAYOUT_UNDEFINED},
-                        access::CopyWrite);
-    const Dependency written{VK_PIPELINE_STAGE_2_TRANSFER_BIT, VK_ACCESS_2_TRANSFER_WRITE_BIT,
-                             VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL};
+    m_barriers.AddImage(to.image, WholeColor, before, access::CopyWrite);
     if (!place.Covers(to.extent)) {
         const DXGI_RGBA& color = request.background;
-        const VkClearColorValue value{{color.r, color.g, color.b, color.a}};
-        m_vk.CmdClearColorImage(OutsidePass(), to.image, VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, &value, 1, &WholeColor);
+        clearWindow({{color.r, color.g, color.b, color.a}});
         m_barriers.AddImage(to.image, WholeColor, written, access::CopyWrite);
     }
-    if (place.IsPlainCopy() && from.ImageFormat() == to.format) {
-        const VkExtent3D size{static_cast<uint32_t>(place.from[1].x), static_cast<uint32_t>(place.from[1].y), 1};
-        const VkImageCopy copy{ColorLayer, place.from[0], ColorLayer, place.to[0], size};
-        m_vk.CmdCopyImage(OutsidePass(), from.image, VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, to.image,
-                          VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &copy);
-    } else {
-        VkImageBlit blit{ColorLayer, {place.from[0], place.from[1]}, ColorLayer, {place.to[0], place.to[1]}};
-        m_vk.CmdBlitImage(OutsidePass(), from.image, VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, to.image,
-                          VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &blit,
-                          place.IsPlainCopy() ? VK_FILTER_NEAREST : VK_FILTER_LINEAR);
-    }
+    CopyPicture(from, to, place.from, place.to);
     m_barriers.AddImage(to.image, WholeColor, written, Shown);
     m_dirty |= DirtyHazards;
+}
+
+/// Between images that are ready for it; the corners are those of the picture and of its place.
+void Context::CopyPicture(Texture& from, const WindowImage& to, const VkOffset3D (&source)[2],
+                          const VkOffset3D (&place)[2])
+{
+    const bool isPlain = source[1].x == place[1].x - place[0].x && source[1].y == place[1].y - place[0].y;
+    if (isPlain && from.ImageFormat() == to.format) {
+        const VkExtent3D size{static_cast<uint32_t>(source[1].x), static_cast<uint32_t>(source[1].y), 1};
+        const VkImageCopy copy{ColorLayer, source[0], ColorLayer, place[0], size};
+        m_vk.CmdCopyImage(OutsidePass(), from.image, VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, to.image,
+                          VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &copy);
+        return;
+    }
+    const VkImageBlit blit{ColorLayer, {source[0], source[1]}, ColorLayer, {place[0], place[1]}};
+    m_vk.CmdBlitImage(OutsidePass(), from.image, VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, to.image,
+                      VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &blit, isPlain ? VK_FILTER_NEAREST : VK_FILTER_LINEAR);
 }
 
 /// A plain texture of one sample, with the channels in the order that the format says.

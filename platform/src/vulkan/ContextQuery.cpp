@@ -45,7 +45,6 @@ HRESULT Context::QueryInterface(REFIID riid, void** object)
 
 void Context::BeforeSubmit()
 {
-    FlushClears();
     EndPass();
     RecordBarriers();
     const VkCommandBuffer commands = m_stream.Main();
@@ -83,6 +82,28 @@ void Context::Submit(const QueueSync* sync)
     if (!sync && !m_stream.HasWork() && m_clears.empty()) {
         return;
     }
+    try {
+        FlushClears();
+    } catch (const VulkanError&) {
+        AfterSubmit();
+        throw;
+    }
+    SubmitRecorded(sync);
+}
+
+void Context::SubmitFrame(const QueueSync& sync)
+{
+    // Colour, depth and stencil of a frame. Any number could keep alive what nobody else holds any more.
+    constexpr std::size_t mostWaiting = 3;
+    if (m_clears.size() > mostWaiting) {
+        Submit(&sync);
+    } else {
+        SubmitRecorded(&sync);
+    }
+}
+
+void Context::SubmitRecorded(const QueueSync* sync)
+{
     try {
         BeforeSubmit();
         m_stream.Submit(sync);

@@ -135,8 +135,10 @@ HRESULT VulkanPresenter::Present(const PresentRequest& request)
     try {
         WaitForLatency();
         hr = m_surface ? PresentOnSurface(request) : m_window.IsMinimized() ? DXGI_STATUS_OCCLUDED : S_OK;
-        // What was recorded goes to the device also when nothing is shown.
-        m_context.Submit();
+        if (!m_surface || hr != S_OK) {
+            // What was recorded goes to the device also when nothing is shown.
+            m_context.Submit();
+        }
         if (!m_surface) {
             m_presents.push_back(m_gpu.RecordingSerial() - 1);
         }
@@ -165,7 +167,7 @@ HRESULT VulkanPresenter::PresentOnSurface(const PresentRequest& request)
     }
     try {
         m_context.CopyToWindow(*m_backBuffer, image, request);
-        m_context.Submit(&image.sync);
+        m_context.SubmitFrame(image.sync);
     } catch (const VulkanError&) {
         m_surface->Abandon();
         throw;
