@@ -27,7 +27,7 @@ protected:
     std::vector<std::string> Part(unsigned x, unsigned y, unsigned width, unsigned count);
 
     const Vector4f m_white{1, 1, 1, 1}, m_red{1, 0, 0, 1}, m_blue{0, 0, 1, 1};
-    const qs::ObjectHandle m_none;
+    const qs::ObjectHandle& m_none = qs::ObjectHandle::Unassigned;
     qs::ObjectHandle m_target, m_glyphs, m_font;
 };
 
@@ -192,15 +192,19 @@ TEST_F(PictureTest, WhatCannotBeDrawn)
 TEST_F(PictureTest, LongTextsAreDrawnWhole)
 {
     Start("null");
-    const auto bytes = [] { return qs::MemoryManager::GetUsage("TexVertex*").bytes; };
+    const auto expectRoomFor = [](int glyphs) {
+#ifndef GLEAM_SANITIZE // whose operators are not accounted
+        EXPECT_EQ(qs::MemoryManager::GetUsage("TexVertex*").bytes, std::int64_t(glyphs * 6 * sizeof(gw::TexVertex)));
+#endif
+    };
     std::string text(100, 'A');
     EXPECT_TRUE(Flat(text.c_str(), 0, 0, m_white, m_white));
-    EXPECT_EQ(bytes(), std::int64_t(100 * 6 * sizeof(gw::TexVertex)));
+    expectRoomFor(100);
     text.assign(5000, 'B');
     EXPECT_TRUE(m_renderer->drawText3D(text.c_str(), Matrix4x4f(), m_white, m_font, Renderer::DS(gw::DS_NONE)));
-    EXPECT_EQ(bytes(), std::int64_t(5000 * 6 * sizeof(gw::TexVertex)));
+    expectRoomFor(5000);
     EXPECT_TRUE(Flat("A", 0, 0, m_white, m_white));
-    EXPECT_EQ(bytes(), std::int64_t(5000 * 6 * sizeof(gw::TexVertex))) << "it never shrinks";
+    expectRoomFor(5000); // it never shrinks
 }
 
 } // namespace
