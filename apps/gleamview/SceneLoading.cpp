@@ -25,7 +25,7 @@ bool IsImageExtension(const std::string& path)
     std::string extension = std::filesystem::path(path).extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    for (const char* known : {".png", ".jpg", ".jpeg", ".dds", ".bmp", ".tga"}) {
+    for (const char* known : {".png", ".jpg", ".jpeg", ".dds", ".bmp", ".tga", ".cur"}) {
         if (extension == known) {
             return true;
         }
