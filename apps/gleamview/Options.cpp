@@ -213,7 +213,7 @@ it, several stand in a grid. Beside models, and in the window, they stand as boa
   --size WxH       size of window or picture in pixels (default 1280x720). By default an image drawn flat keeps its
                    own size, and several get cells as large as the largest of them
   --device D       auto, software, null (draws nothing) or a device number; the same as GLEAM_DEVICE
-  --flag           shows a flag in the wind, which takes no file; --time lets it blow for a while first
+  --flag           shows a flag in the wind instead, as it blows at --time; takes no file
   --frames N       draws N frames, a sixtieth of a second apart; the last one is the picture (default 1), and a window
                    closes behind it
   --trace FILE     writes what every thread did, for the trace viewer of a browser
