@@ -29,6 +29,8 @@ struct ShaderDefine;
 
 namespace api {
 
+class D3D11PerformanceTracker;
+
 /// The middle of the three classes that together are the renderer. It has no virtual operations; `gw::Renderer` calls
 /// it directly.
 ///
@@ -333,8 +335,12 @@ public:
     void EndEventFrame(const qs::FixedString& name);
     void BeginRenderEvent(const qs::FixedString& name);
     void EndRenderEvent(const qs::FixedString& name);
-    /// This back end measures elsewhere: the results stay empty.
-    void GetEventResults(qs::ObjectSet<gw::MeasurementNode, qs::DefaultComparator<gw::MeasurementNode>>&) {}
+    /// From now on the tracker measures the event frames and the render events in them, on the thread that replays
+    /// commands; without one, as at the start, nothing is measured. Between frames. It is not owned, and has to be
+    /// disconnected by null before it or the device goes.
+    void SetPerformanceTracker(D3D11PerformanceTracker* tracker) { m_tracker = tracker; }
+    /// Swaps the set with the finished frames, oldest first, as the tracker does; without one the set stays as it is.
+    void GetEventResults(qs::ObjectSet<gw::MeasurementNode, qs::DefaultComparator<gw::MeasurementNode>>& results);
     /// No work on this back end: they keep the command stream the same on every back end.
     void ResolveDepthBuffer(qs::ObjectHandle, qs::ObjectHandle) {}
     void SetSampleLocations(int, bool) {}
@@ -392,6 +398,7 @@ protected:
     qs::ObjectHandle m_viewBuffer;
     SRVMap m_srvs;
     ID3DUserDefinedAnnotation* m_annotation = nullptr;
+    D3D11PerformanceTracker* m_tracker = nullptr;
     qs::ObjectContainer<TextureRemoveData> m_delayedRemovals;
     std::vector<TextureRemoveData> m_removalOverflow; ///< removals that found the table full
     D3D11StateCache m_state;
@@ -413,6 +420,8 @@ private:
     void ClearNewTarget(const Texture& texture);
     bool FinishRemoval(TextureRemoveData& data, bool force);
     void CopyMips(Texture& source, Texture& target);
+    void BeginLabel(const qs::FixedString& name);
+    void EndLabel();
     void EmptyStateTables();
     void EmptyResourceTables();
     /// Accounts device memory under a scope name, by the record that owns it.

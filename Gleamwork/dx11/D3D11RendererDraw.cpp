@@ -1,4 +1,5 @@
 // Draws and dispatches, the full synchronisation, and named scopes for device debuggers.
+#include "Gleamwork/dx11/D3D11PerformanceTracker.h"
 #include "Gleamwork/dx11/D3D11Renderer.h"
 
 #include <qs/FixedString.h>
@@ -73,28 +74,57 @@ void D3D11Renderer::EndFrame(bool)
     ClearTextures(false);
 }
 
-void D3D11Renderer::BeginEventFrame(const qs::FixedString& name)
+void D3D11Renderer::GetEventResults(qs::ObjectSet<gw::MeasurementNode>& results)
+{
+    if (m_tracker) {
+        m_tracker->GetResults(results);
+    }
+}
+
+void D3D11Renderer::BeginLabel(const qs::FixedString& name)
 {
     if (m_annotation) {
         m_annotation->BeginEvent(qs::StringConverter::ConvertToWide(name.ToChar()).Get());
     }
 }
 
-void D3D11Renderer::EndEventFrame(const qs::FixedString&)
+void D3D11Renderer::EndLabel()
 {
     if (m_annotation) {
         m_annotation->EndEvent();
     }
 }
 
+void D3D11Renderer::BeginEventFrame(const qs::FixedString& name)
+{
+    BeginLabel(name);
+    if (m_tracker) {
+        m_tracker->BeginFrame(m_deviceData.device, m_deviceData.context, name);
+    }
+}
+
+void D3D11Renderer::EndEventFrame(const qs::FixedString& name)
+{
+    if (m_tracker) {
+        m_tracker->EndFrame(m_deviceData.context, name);
+    }
+    EndLabel();
+}
+
 void D3D11Renderer::BeginRenderEvent(const qs::FixedString& name)
 {
-    BeginEventFrame(name);
+    BeginLabel(name);
+    if (m_tracker) {
+        m_tracker->BeginEvent(m_deviceData.device, m_deviceData.context, name);
+    }
 }
 
 void D3D11Renderer::EndRenderEvent(const qs::FixedString& name)
 {
-    EndEventFrame(name);
+    if (m_tracker) {
+        m_tracker->EndEvent(m_deviceData.context, name);
+    }
+    EndLabel();
 }
 
 } // namespace api

@@ -2,6 +2,7 @@
 #include "FrameFixture.h"
 #include "VtablePatch.h"
 
+#include "Gleamwork/RendererCommandBuffer.h"
 #include "Gleamwork/dx11/D3D11API.h"
 #include "Gleamwork/dx11/D3D11PerformanceTracker.h"
 #include "gleam_null_device.h"
@@ -150,6 +151,35 @@ TEST_F(Tracker, GivesATreeOfTimesAndCounters)
     EXPECT_EQ(root.children[1].statistics.IAVertices, 0u);
     m_renderer->SetRenderTargets(0, nullptr, nullptr, nullptr, TEXTURE_NONE, false, -1);
     m_renderer->RemoveTexture(target, true, true);
+}
+
+TEST_F(Tracker, TheRendererMeasuresWhatItReplays)
+{
+    Start(EStage::Null);
+    MakeFrame(Describe());
+    gw::RendererCommandBuffer recorded;
+    const auto frame = [&] {
+        m_frame->BeginFrame();
+        recorded.BeginRenderEvent(c_draw);
+        recorded.ClearRenderTarget(m_frame->GetBackBuffer(), -1, Vector4f(1, 0, 0, 1));
+        recorded.EndRenderEvent(c_draw);
+        gw::DataLoader::InvokeExecuteRCB(&recorded);
+        Drain();
+        m_frame->EndFrame(true);
+        m_results.Clear();
+        m_renderer->GetEventResults(m_results);
+    };
+    frame();
+    EXPECT_TRUE(m_results.IsEmpty()); // nobody measures unless asked
+    m_renderer->SetPerformanceTracker(&m_tracker);
+    frame();
+    ASSERT_EQ(m_results.GetSize(), 1u);
+    ASSERT_EQ(m_results[0].children.GetSize(), 1u);
+    EXPECT_EQ(m_results[0].children[0].name, c_draw);
+    m_renderer->SetPerformanceTracker(nullptr);
+    frame();
+    EXPECT_TRUE(m_results.IsEmpty());
+    ExpectQuiet();
 }
 
 TEST_F(Tracker, FramesComeOutInOrderHoweverLate)
