@@ -56,14 +56,30 @@ ImageScene::~ImageScene()
 
 bool ImageScene::Create(const Options& options, std::vector<std::unique_ptr<ImageFile>>& images, std::string& error)
 {
+    AddCells(images);
+    m_userShader = !options.shader.empty();
+    PlaceCells(options.size);
+    m_exact = IsExactCopy(options);
+    return Finish(options, images, error);
+}
+
+bool ImageScene::CreateForWindow(const Options& options, std::vector<std::unique_ptr<ImageFile>>& images, Size window,
+                                 std::string& error)
+{
+    m_isLive = true;
+    AddCells(images);
+    m_userShader = !options.shader.empty();
+    PlaceCells(window);
+    return Finish(options, images, error);
+}
+
+bool ImageScene::Finish(const Options& options, std::vector<std::unique_ptr<ImageFile>>& images, std::string& error)
+{
     m_renderer = gw::details::RendererBase::GetInstance();
     m_time = options.time;
-    m_userShader = !options.shader.empty();
     const bool isDeep = std::all_of(images.begin(), images.end(),
                                     [](const auto& image) { return image->GetFormat() == gw::FORMAT_RGBA16; });
     m_format = isDeep ? gw::FORMAT_RGBA16 : gw::FORMAT_RGBA8;
-    PlaceCells(options, images);
-    m_exact = IsExactCopy(options);
     if (m_size.width > MaxPictureSize || m_size.height > MaxPictureSize) {
         error = "the picture would have " + std::to_string(m_size.width) + " by " + std::to_string(m_size.height) +
                 " pixels, more than " + std::to_string(MaxPictureSize) + " one way; give a --size";
@@ -72,26 +88,57 @@ bool ImageScene::Create(const Options& options, std::vector<std::unique_ptr<Imag
     return CreateTextures(images, error) && CreateTarget(error) && CreateShader(options, error);
 }
 
-/// One image fills the picture; several stand in a grid that is as square as it can be.
-void ImageScene::PlaceCells(const Options& options, const std::vector<std::unique_ptr<ImageFile>>& images)
+void ImageScene::AddCells(const std::vector<std::unique_ptr<ImageFile>>& images)
 {
-    const unsigned count = static_cast<unsigned>(images.size());
+    for (const auto& image : images)
+        m_cells.push_back({{}, image->GetWidth(), image->GetHeight(), 0, 0, 0, 0});
+}
+
+/// One image fills the picture; several stand in a grid that is as square as it can be.
+void ImageScene::PlaceCells(std::optional<Size> size)
+{
+    const unsigned count = static_cast<unsigned>(m_cells.size());
     const bool isGrid = !m_userShader && count > 1;
     const unsigned columns = isGrid ? static_cast<unsigned>(std::ceil(std::sqrt(double(count)))) : 1;
     const unsigned rows = isGrid ? (count + columns - 1) / columns : 1;
     Size cellSize;
-    for (const auto& image : images) {
-        cellSize.width = std::max(cellSize.width, image->GetWidth());
-        cellSize.height = std::max(cellSize.height, image->GetHeight());
+    for (const Cell& cell : m_cells) {
+        cellSize.width = std::max(cellSize.width, cell.imageWidth);
+        cellSize.height = std::max(cellSize.height, cell.imageHeight);
     }
     if (!isGrid)
-        cellSize = {images[0]->GetWidth(), images[0]->GetHeight()};
-    m_size = options.size.value_or(Size{cellSize.width * columns, cellSize.height * rows});
-    for (unsigned i = 0; i < count; ++i) {
-        Cell cell{{}, images[i]->GetWidth(), images[i]->GetHeight(), 0, 0, 0, 0};
-        FitIntoCell(cell, i % columns, i / columns, m_size.width / columns, m_size.height / rows);
-        m_cells.push_back(cell);
-    }
+        cellSize = {m_cells[0].imageWidth, m_cells[0].imageHeight};
+    m_size = size.value_or(Size{cellSize.width * columns, cellSize.height * rows});
+    for (unsigned i = 0; i < count; ++i)
+        FitIntoCell(m_cells[i], i % columns, i / columns, m_size.width / columns, m_size.height / rows);
+}
+
+bool ImageScene::Resize(Size size)
+{
+    RemoveTextureNow(*m_renderer, m_target);
+    PlaceCells(size);
+    std::string error;
+    return CreateTarget(error);
+}
+
+void ImageScene::SetView(float zoom, float right, float down)
+{
+    m_zoom = zoom;
+    m_right = right;
+    m_down = down;
+}
+
+ImageScene::Cell ImageScene::MoveCell(const Cell& cell) const
+{
+    const float middleX = static_cast<float>(m_size.width) * 0.5f;
+    const float middleY = static_cast<float>(m_size.height) * 0.5f;
+    const auto toPixel = [](float value) { return static_cast<int>(std::lround(value)); };
+    Cell moved = cell;
+    moved.x = toPixel((static_cast<float>(cell.x) - middleX) * m_zoom + middleX + m_right);
+    moved.y = toPixel((static_cast<float>(cell.y) - middleY) * m_zoom + middleY + m_down);
+    moved.width = std::max(1, toPixel(static_cast<float>(cell.width) * m_zoom));
+    moved.height = std::max(1, toPixel(static_cast<float>(cell.height) * m_zoom));
+    return moved;
 }
 
 /// An image keeps its proportions, and stands in the middle of its cell. It is made smaller to fit, never larger,
@@ -163,8 +210,10 @@ void ImageScene::Draw()
         DrawPass(nullptr);
         return;
     }
-    for (const Cell& cell : m_cells)
-        DrawPass(&cell);
+    for (const Cell& cell : m_cells) {
+        const Cell moved = MoveCell(cell);
+        DrawPass(&moved);
+    }
 }
 
 /// One full-screen pass: one image into its cell, or all images through the user's shader into the whole picture.
@@ -186,7 +235,9 @@ void ImageScene::DrawPass(const Cell* cell)
     for (std::size_t i = 0; i < count; ++i)
         m_renderer->SetTexture(qs::FixedString::Create(names[i], -1), cell ? cell->texture : m_cells[i].texture, -1);
     m_renderer->SetSamplerState(qs::FixedString::Create("ImageSampler", -1),
-                                RendererBase::SS(m_exact ? gw::SS_POINT_CLAMP : gw::SS_TRILINEAR_CLAMP));
+                                RendererBase::SS(m_exact || (m_isLive && cell && cell->IsMagnified())
+                                                     ? gw::SS_POINT_CLAMP
+                                                     : gw::SS_TRILINEAR_CLAMP));
     m_triangle.EndRenderFullScreen(*m_renderer);
 }
 

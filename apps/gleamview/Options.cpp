@@ -206,8 +206,8 @@ std::string HelpText()
     std::string text = R"(usage: gleamview [MODEL|IMAGE]... [options]
 
 Shows models (obj, gltf, glb, fbx, 3ds, ply, stl, dae and what else assimp reads) and images in a window, or draws
-them into a picture. Without a file it shows a scene of its own. In a picture, images alone are drawn flat: one fills
-it, several stand in a grid. Beside models, and in the window, they stand as boards.
+them into a picture. Without a file it shows a scene of its own. Images alone are drawn flat: one fills the picture or
+window, several stand in a grid. Beside models they stand as boards.
 
   --out PICTURE    draws into a file and opens no window; its extension is the format: png, jpg, bmp, tga or dds
   --size WxH       size of window or picture in pixels (default 1280x720). By default an image drawn flat keeps its

@@ -42,6 +42,28 @@ float4 main(float4 position : SV_Position, float2 uv : TEXCOORD0) : SV_Target0
 }
 )";
 
+constexpr char s_showEncoded[] = R"(
+Texture2D Picture;
+
+float4 main(float4 position : SV_Position, float2 uv : TEXCOORD0) : SV_Target0
+{
+    float4 color = Picture.Load(int3(position.xy, 0));
+    return float4(lerp(0.13, color.rgb, saturate(color.a)), 1.0);
+}
+)";
+
+constexpr char s_showLinear[] = R"(
+Texture2D Picture;
+
+float4 main(float4 position : SV_Position, float2 uv : TEXCOORD0) : SV_Target0
+{
+    float4 color = Picture.Load(int3(position.xy, 0));
+    float3 light = lerp(0.015, saturate(color.rgb), saturate(color.a));
+    float3 curve = 1.055 * pow(light, 1.0 / 2.4) - 0.055;
+    return float4(light <= 0.0031308 ? light * 12.92 : curve, 1.0);
+}
+)";
+
 template <std::size_t Size>
 gw::ShaderData Section(const char (&text)[Size])
 {
@@ -65,6 +87,11 @@ qs::ObjectHandle AddBuiltInShader(gw::Renderer& renderer, std::string& error)
     if (!shader.IsValid())
         error = "the viewer's own shader could not be made";
     return shader;
+}
+
+qs::ObjectHandle AddShowShader(gw::Renderer& renderer, bool encodes)
+{
+    return AddShader(renderer, Section(s_vertexSection), encodes ? Section(s_showLinear) : Section(s_showEncoded));
 }
 
 qs::ObjectHandle LoadTextShader(gw::Renderer& renderer, const std::string& path, std::string& error)

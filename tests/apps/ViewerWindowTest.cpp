@@ -196,6 +196,37 @@ TEST_F(ViewerWindow, WhatMovesIsDrawnUntilItIsPaused)
     EXPECT_EQ(m_viewer->WaitForEnd(), 0) << m_viewer->Errors();
 }
 
+TEST_F(ViewerWindow, ImagesAreFlatAndExactAndShadersMove)
+{
+    std::vector<std::uint8_t> bytes;
+    const std::string image = WriteImage("grey.png", 320, 240, DXGI_FORMAT_R8_UNORM, &bytes);
+    Open({image});
+    ASSERT_TRUE(m_viewer->WaitForWindow("grey.png")) << m_viewer->Errors();
+    const Picture whole = Shoot();
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        ASSERT_EQ(whole.rgba.at(i * 4), bytes[i]) << i;
+    }
+    m_viewer->Press("plus");
+    const Picture near = Shoot();
+    EXPECT_NE(near.rgba, whole.rgba);
+    EXPECT_TRUE(Resize(200, 260));
+    EXPECT_TRUE(Resize(320, 240));
+    EXPECT_EQ(Shoot().rgba, near.rgba);
+    m_viewer->Press("r");
+    EXPECT_EQ(Shoot().rgba, whole.rgba);
+    m_viewer->Press("q");
+    EXPECT_EQ(m_viewer->WaitForEnd(), 0) << m_viewer->Errors();
+
+    WriteText("turn.shader", "[Fragment shader]\nfloat time;\nfloat4 main(float4 position : SV_Position, float2 uv : "
+                             "TEXCOORD0) : SV_Target0\n{ return frac(time + uv.xyxy); }\n");
+    Open({image, "--shader", File("turn.shader")});
+    ASSERT_TRUE(m_viewer->WaitForWindow("grey.png")) << m_viewer->Errors();
+    const Picture early = Shoot();
+    EXPECT_NE(Shoot().rgba, early.rgba);
+    m_viewer->Press("q");
+    EXPECT_EQ(m_viewer->WaitForEnd(), 0) << m_viewer->Errors();
+}
+
 TEST_F(Gleamview, WithoutADisplayItNamesTheWayOut)
 {
     WriteText("face.obj", "v -1 0 0\nv 1 0 0\nv 1 2 0\nf 1 2 3\n");

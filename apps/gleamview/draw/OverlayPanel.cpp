@@ -93,10 +93,10 @@ void OverlayPanel::DrawTimes(const std::vector<StageTime>& times)
         full = std::max({full, row.processor, row.device});
     }
     const float number = std::max(m_font->GetWidth("00000.0"), m_font->GetWidth("processor"));
-    // Small windows get shorter bars.
+    // Small windows get shorter bars, or none.
     const float room = (m_width - 4.0f * s_margin - names - 2.0f * number - 4.0f * s_gap) * 0.5f;
     Columns columns{};
-    columns.bar = std::clamp(std::floor(room), s_shortestBar, s_barWidth);
+    columns.bar = room < s_shortestBar ? 0.0f : std::min(std::floor(room), s_barWidth);
     columns.full = full;
     columns.name = 2.0f * s_margin;
     columns.processorBar = columns.name + names + s_gap;
@@ -113,6 +113,16 @@ void OverlayPanel::DrawTimes(const std::vector<StageTime>& times)
     for (const StageTime& row : times) {
         top += line;
         DrawRow(columns, row, top);
+    }
+}
+
+void OverlayPanel::Draw(const Overlay& overlay)
+{
+    if (m_font && overlay.showsTimes) {
+        DrawTimes(overlay.times);
+    }
+    if (m_font && !overlay.notice.empty()) {
+        DrawNotice(overlay.notice);
     }
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "draw/OverlayFont.h"
-#include "draw/StageTimes.h"
+#include "draw/SceneContext.h"
 
 #include <string>
 #include <vector>
@@ -24,6 +24,8 @@ public:
     void DrawTimes(const std::vector<StageTime>& times);
     /// A line at the lower left.
     void DrawNotice(const std::string& notice);
+    /// What an overlay has to show; nothing without a font.
+    void Draw(const Overlay& overlay);
 
 private:
     struct Columns;

@@ -25,8 +25,7 @@ void OverlayStage::Record(const ViewerView& view)
 {
     qs::HProfileSample sample("gleamview::RecordOverlay");
     const Overlay& overlay = m_context.overlay;
-    const bool hasPanel = view.IsFirst() && overlay.font && (overlay.showsTimes || !overlay.notice.empty());
-    if (view.IsFirst() && !hasPanel) {
+    if (view.IsFirst() && !overlay.showsTimes && overlay.notice.empty()) {
         return;
     }
     gw::RendererCommandBuffer& commands = GetRecording(0);
@@ -39,12 +38,7 @@ void OverlayStage::Record(const ViewerView& view)
         panel.FillBox(0.0f, 0.0f, 2.0f, height, {0.1f, 0.1f, 0.1f, 1.0f});
         return;
     }
-    if (overlay.showsTimes) {
-        panel.DrawTimes(overlay.times);
-    }
-    if (!overlay.notice.empty()) {
-        panel.DrawNotice(overlay.notice);
-    }
+    panel.Draw(overlay);
 }
 
 } // namespace gleamview

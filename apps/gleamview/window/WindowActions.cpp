@@ -3,7 +3,9 @@
 
 #include "Interrupt.h"
 #include "Messages.h"
+#include "SceneLoading.h"
 #include "window/Screenshot.h"
+#include "window/ShownImages.h"
 #include "window/ShownScene.h"
 
 #include <Gleamwork/IAPI.h>
@@ -19,6 +21,26 @@
 
 namespace gleamview {
 
+std::unique_ptr<Shown> WindowLoop::Load(const Options& options)
+{
+    if (!options.files.empty() && !HasModel(options.files)) {
+        auto images = std::make_unique<ShownImages>(m_library, m_frame, options);
+        std::string error;
+        if (images->Load(error)) {
+            return images;
+        }
+        PrintError(error);
+        return nullptr;
+    }
+    auto scene = std::make_unique<ShownScene>(m_library, m_frame, options);
+    const ShownScene::Result result = scene->Load(m_progress);
+    if (result == ShownScene::Result::Loaded) {
+        return scene;
+    }
+    m_isDone = result == ShownScene::Result::Stopped;
+    return nullptr;
+}
+
 /// What is shown stays until the new files are ready. False, with the reason on the error stream, when they cannot be
 /// shown.
 bool WindowLoop::OpenFiles(const std::vector<std::string>& files)
@@ -32,25 +54,19 @@ bool WindowLoop::OpenFiles(const std::vector<std::string>& files)
         options.ground = switches.ground;
         options.cameraName.clear();
     }
-    auto scene = std::make_unique<ShownScene>(m_library, m_frame, options);
-    switch (scene->Load(m_progress)) {
-    case ShownScene::Result::Failed:
+    std::unique_ptr<Shown> next = Load(options);
+    if (!next) {
         return false;
-    case ShownScene::Result::Stopped:
-        m_isDone = true;
-        return false;
-    case ShownScene::Result::Loaded:
-        break;
     }
     const bool showsTimes = m_shown && m_shown->GetOverlay().showsTimes;
     m_shown.reset();
     std::string error;
-    if (!scene->Attach(error)) {
+    if (!next->Attach(error)) {
         PrintError(error);
-        m_isDone = true;
+        m_isDone = m_hasFailed = true;
         return false;
     }
-    m_shown = std::move(scene);
+    m_shown = std::move(next);
     m_shown->GetOverlay().showsTimes = showsTimes;
     m_mustDraw = true;
     m_nextTitle = {};
@@ -69,7 +85,8 @@ void WindowLoop::ShowLoading(const std::string& what, const std::string& step, f
     m_title = step + " " + what + ", " + std::to_string(percent) + "% - gleamview";
     m_window.SetTitle(m_title.c_str());
     ReadEvents();
-    if (m_input.IsClosing()) {
+    if (m_input.IsClosing() && !WasInterrupted()) {
+        m_isClosed = true;
         Interrupt();
     }
 }

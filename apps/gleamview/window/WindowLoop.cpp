@@ -42,7 +42,7 @@ WindowLoop::~WindowLoop() = default;
 int WindowLoop::Run()
 {
     if (!OpenFiles(m_options.files)) {
-        return WasInterrupted() && !m_isDone ? InterruptedStatus : m_isDone ? 0 : 1;
+        return m_isDone ? GetStatus() : 1;
     }
     while (!m_isDone) {
         WaitForNews();
@@ -51,7 +51,15 @@ int WindowLoop::Run()
             DrawFrame();
         }
     }
-    return WasInterrupted() ? InterruptedStatus : 0;
+    return GetStatus();
+}
+
+int WindowLoop::GetStatus() const
+{
+    if (m_hasFailed) {
+        return 1;
+    }
+    return WasInterrupted() && !m_isClosed ? InterruptedStatus : 0;
 }
 
 bool WindowLoop::MustDraw() const

@@ -36,7 +36,9 @@ public:
 private:
     using Clock = FrameRate::Clock;
 
+    std::unique_ptr<Shown> Load(const Options& options);
     bool OpenFiles(const std::vector<std::string>& files);
+    int GetStatus() const;
     void ShowLoading(const std::string& what, const std::string& step, float share);
     void WaitForNews();
     void ReadEvents();
@@ -77,6 +79,8 @@ private:
     bool m_isMoving = false;    ///< the scene moves by itself
     bool m_isPaused = false;
     bool m_isRunning = false; ///< the frame before was drawn just before
+    bool m_isClosed = false;  ///< the window, while files were read
+    bool m_hasFailed = false;
     bool m_isDone = false;
 };
 
