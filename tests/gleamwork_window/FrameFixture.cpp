@@ -57,8 +57,8 @@ void FrameTest::TearDown()
     m_api.reset();
     if (m_window.sdl) {
         SDL_DestroyWindow(m_window.sdl);
-        SDL_Quit();
     }
+    SDL_Quit();
 }
 
 gw::RenderFrameDesc FrameTest::Describe() const

@@ -7,6 +7,7 @@
 #include <dxgi.h>
 
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -120,11 +121,50 @@ TEST_P(WindowFrame, FullScreenIsEnteredAtCreationAndLeftAtTheEnd)
     EXPECT_FALSE(SDL_GetWindowFlags(m_window.sdl) & SDL_WINDOW_FULLSCREEN);
 }
 
-// GLEAM_TEST_RESIZES says how often; the default keeps the test short.
+// Frames go on while nobody can see them; the fixture fails with any message that this makes.
+TEST_P(WindowFrame, AWindowThatCannotBeDrawnOnIsMetQuietly)
+{
+    MakeFrame(Describe());
+    DrawFrame(1, 0, 0);
+    SDL_MinimizeWindow(m_window.sdl);
+    for (int i = 0; i < 20; ++i) {
+        DrawFrame(0, 1, 0);
+        SDL_Delay(5);
+    }
+    EXPECT_TRUE(m_frame->Resize(1, 1, false, 0, 0)); // what an application passes on for a size of nothing
+    Drain();
+    DrawFrame(0, 1, 0);
+    SDL_RestoreWindow(m_window.sdl);
+    SDL_Delay(m_display ? 200 : 0);
+    EXPECT_TRUE(WaitForSize(320, 200));
+    EXPECT_TRUE(m_frame->Resize(320, 200, false, 0, 0));
+    Drain();
+    DrawFrame(0, 0, 1);
+    if (m_display) {
+        EXPECT_EQ(Shown(300, 180, 0x0000ff), 0x0000ffu);
+    }
+}
+
+TEST_P(WindowFrame, AWindowThatIsGoneIsMetQuietly)
+{
+    MakeFrame(Describe());
+    DrawFrame(1, 0, 0);
+    SDL_DestroyWindow(std::exchange(m_window.sdl, nullptr));
+    for (int i = 0; i < 5; ++i) {
+        DrawFrame(0, 1, 0);
+    }
+    m_frame->Resize(200, 100, false, 0, 0);
+    Drain();
+    DrawFrame(0, 0, 1);
+    m_frame.reset();
+}
+
+// A thousand of both; on a screen, where the window manager takes its time, fewer unless GLEAM_TEST_RESIZES says how
+// many.
 TEST_P(WindowFrame, ResizesAndFullScreenLeaveMemoryWhereItWas)
 {
     const char* asked = std::getenv("GLEAM_TEST_RESIZES");
-    const int rounds = asked ? std::atoi(asked) : 40;
+    const int rounds = asked ? std::atoi(asked) : GetParam() == EStage::Screen ? 200 : 1000;
     MakeFrame(Describe());
     const auto round = [&](int i) {
         m_frame->SetProperties(i % 2 != 0, 60, 1, false, false);
