@@ -13,10 +13,33 @@ namespace gleamview {
 namespace {
 
 /// What a device has no format for is widened while it is read.
-constexpr std::array<gw::image::FormatReplacement, 2> s_widened = {{
+constexpr std::array<gw::image::FormatReplacement, 7> s_widened = {{
     {gw::FORMAT_RGB8, gw::FORMAT_RGBA8},
     {gw::FORMAT_RGB16, gw::FORMAT_RGBA16},
+    {gw::FORMAT_RGB565, gw::FORMAT_RGBA8},
+    {gw::FORMAT_RGBA4, gw::FORMAT_RGBA8},
+    {gw::FORMAT_A1RGB5, gw::FORMAT_RGBA8},
+    {gw::FORMAT_RGB10A2, gw::FORMAT_RGBA16},
+    {gw::FORMAT_BGRA8, gw::FORMAT_RGBA8},
 }};
+
+/// What remains is shown as it is.
+bool IsShown(gw::EFormat format)
+{
+    switch (format) {
+    case gw::FORMAT_R8:
+    case gw::FORMAT_RG8:
+    case gw::FORMAT_RGBA8:
+    case gw::FORMAT_R16:
+    case gw::FORMAT_RG16:
+    case gw::FORMAT_RGBA16:
+    case gw::FORMAT_RGBA16F:
+    case gw::FORMAT_RGBA32F:
+        return true;
+    default:
+        return gw::image::GetFormatDescription(format).isBlockCompressed;
+    }
+}
 
 template <class Sample>
 void SpreadGrey(const Sample* grey, Sample* color, std::size_t pixels, bool hasAlpha)
@@ -85,9 +108,16 @@ ImageFile::~ImageFile()
     m_image.FreePixelData();
 }
 
-unsigned ImageFile::GetByteSize() const
+bool ImageFile::ReadSize(const std::string& path, unsigned& width, unsigned& height)
 {
-    return GetWidth() * GetHeight() * (m_format == gw::FORMAT_RGBA16 ? 8u : 4u);
+    gw::Image header;
+    gw::ImageLoadParams params;
+    params.flags = gw::IMAGE_LOAD_HEADER_ONLY;
+    if (!LoadImageOrCursor(header, qs::Path(qs::PATH_ROOT_NONE, path.c_str()), params))
+        return false;
+    width = static_cast<unsigned>(header.GetWidth());
+    height = static_cast<unsigned>(header.GetHeight());
+    return width > 0 && height > 0;
 }
 
 bool ImageFile::Load(const std::string& path, std::string& error)
@@ -137,8 +167,10 @@ bool ImageFile::Finish(const std::string& path, bool isCmyk, std::string& error)
     if (!Check(path, error))
         return false;
     m_format = m_image.GetFormat();
+    const bool isInBlocks = gw::image::GetFormatDescription(m_format).isBlockCompressed;
+    m_levels = isInBlocks && m_image.GetDepth() <= 1 ? static_cast<unsigned>(m_image.GetMipMapCount()) : 1;
     if (isCmyk) {
-        m_spread.resize(GetByteSize());
+        m_spread.resize(CountPixels() * 4);
         ConvertInvertedCmyk(m_image.GetPixels(), m_spread.data(), m_spread.size() / 4);
     } else {
         SpreadToColor();
@@ -154,7 +186,12 @@ bool ImageFile::Check(const std::string& path, std::string& error) const
                 " pixels; a texture has 1 to " + std::to_string(MaxPictureSize) + " each way";
         return false;
     }
-    const bool isInBlocks = gw::image::GetFormatDescription(m_image.GetFormat()).isBlockCompressed;
+    const gw::image::FormatDescription format = gw::image::GetFormatDescription(m_image.GetFormat());
+    if (!IsShown(m_image.GetFormat())) {
+        error = path + ": pixels of the kind " + format.name + " are not shown";
+        return false;
+    }
+    const bool isInBlocks = format.isBlockCompressed;
     if (isInBlocks && (m_image.GetWidth() % 4 != 0 || m_image.GetHeight() % 4 != 0)) {
         error = path + ": " + std::to_string(m_image.GetWidth()) + " by " + std::to_string(m_image.GetHeight()) +
                 " pixels; a compressed texture has whole blocks of 4 by 4";
@@ -171,8 +208,8 @@ void ImageFile::SpreadToColor()
         return;
     const bool hasAlpha = m_format == gw::FORMAT_RG8 || m_format == gw::FORMAT_RG16;
     m_format = isGrey8 ? gw::FORMAT_RGBA8 : gw::FORMAT_RGBA16;
-    m_spread.resize(GetByteSize());
-    const std::size_t pixels = std::size_t(GetWidth()) * GetHeight();
+    const std::size_t pixels = CountPixels();
+    m_spread.resize(pixels * (isGrey8 ? 4 : 8));
     if (isGrey8)
         SpreadGrey(m_image.GetPixels(), m_spread.data(), pixels, hasAlpha);
     else

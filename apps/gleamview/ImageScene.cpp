@@ -35,7 +35,7 @@ unsigned SrgbBit(bool isSrgb)
 
 PixelView View(ImageFile& image)
 {
-    return {image.GetPixels(), image.GetFormat(), image.GetWidth(), image.GetHeight()};
+    return {image.GetPixels(), image.GetFormat(), image.GetWidth(), image.GetHeight(), image.GetLevels()};
 }
 
 constexpr unsigned DeviceOnly = gw::eTextureAccessFlag_GPURead | gw::eTextureAccessFlag_GPUWrite;

@@ -1,6 +1,7 @@
 // Imports, boards and the row in which they stand.
 #include "SceneLoading.h"
 
+#include "ImageFile.h"
 #include "Interrupt.h"
 #include "Messages.h"
 #include "scene/FlagScene.h"
@@ -9,11 +10,8 @@
 #include "scene/Shapes.h"
 #include "scene/TextureFiles.h"
 
-#include <Gleamwork/image/Image.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <qs/Path.h>
 #include <qs/Profile.h>
 
 namespace gleamview {
@@ -41,11 +39,8 @@ bool IsModel(const std::string& path)
 /// An image as a board of its proportions, one unit high.
 bool MakeBoardScene(const std::string& path, SceneData& scene, std::string& error)
 {
-    gw::Image header;
-    gw::ImageLoadParams params;
-    params.flags = gw::IMAGE_LOAD_HEADER_ONLY;
-    if (!header.Load(qs::Path(qs::PATH_ROOT_NONE, path.c_str()), {}, params) || header.GetWidth() < 1 ||
-        header.GetHeight() < 1) {
+    unsigned pixelsAcross = 0, pixelsDown = 0;
+    if (!ImageFile::ReadSize(path, pixelsAcross, pixelsDown)) {
         error = path + ": not a model or an image that can be read, or damaged";
         return false;
     }
@@ -60,7 +55,7 @@ bool MakeBoardScene(const std::string& path, SceneData& scene, std::string& erro
     texture.path = std::filesystem::absolute(path).string();
     material.baseTexture = builder.AddTexture(std::move(texture));
     const std::uint32_t part = builder.AddShape(MakeBoard(), builder.AddMaterial(material));
-    const float width = static_cast<float>(header.GetWidth()) / static_cast<float>(header.GetHeight());
+    const float width = static_cast<float>(pixelsAcross) / static_cast<float>(pixelsDown);
     builder.Place(part, MakePlacement({0.0f, 0.5f, 0.0f}, {width, 1.0f, 1.0f}));
     scene.name = std::filesystem::path(path).filename().string();
     return true;

@@ -68,6 +68,21 @@ protected:
         return file;
     }
 
+    /// A DDS file of BC1, red all over, without smaller levels.
+    void WriteBlocks(const std::string& name, std::uint32_t width, std::uint32_t height) const
+    {
+        std::uint32_t header[32] = {0x20534444, 124, 0x1007, height, width};
+        header[19] = 32;
+        header[20] = 4;
+        header[21] = 0x31545844;
+        header[27] = 0x1000;
+        std::ofstream file(File(name), std::ios::binary);
+        file.write(reinterpret_cast<const char*>(header), sizeof header);
+        const std::uint32_t red[2] = {0xf800f800, 0};
+        for (std::uint32_t block = 0; block < (width + 3) / 4 * ((height + 3) / 4); ++block)
+            file.write(reinterpret_cast<const char*>(red), sizeof red);
+    }
+
     void WriteText(const std::string& name, const std::string& text) const { std::ofstream(File(name)) << text; }
 
     Picture Read(const std::string& name) const

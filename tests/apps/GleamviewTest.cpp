@@ -31,7 +31,7 @@ TEST_F(Gleamview, APictureAtItsOwnSizeKeepsEveryPixel)
     stbi_image_free(samples);
 }
 
-// The same picture as other programs wrote it.
+// The same picture as other programs wrote it, and one in blocks.
 TEST_F(Gleamview, EveryImageFormatShowsTheSamePicture)
 {
     const std::string folder = IMAGE_FILES;
@@ -50,6 +50,21 @@ TEST_F(Gleamview, EveryImageFormatShowsTheSamePicture)
         for (std::size_t i = 0; i < bytes.size(); ++i)
             ASSERT_LE(std::abs(found[i] - bytes[i]), tolerance) << out << " at " << i;
     }
+    // Pixels in blocks stay as they are, on boards beside a model too; other sizes have no whole blocks.
+    WriteBlocks("blocks.dds", 8, 8);
+    ASSERT_EQ(Run(File("blocks.dds") + " --out " + File("out.png")).status, 0);
+    for (std::size_t i = 0; i < 8 * 8 * 4; i += 4)
+        ASSERT_EQ(std::memcmp(&Read("out.png").rgba[i], "\xff\x00\x00\xff", 4), 0) << i;
+    WriteText("model.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    const Outcome boards =
+        Run(File("model.obj") + " " + File("blocks.dds") + " " + folder + "/icotool_8.cur --out " + File("boards.png"));
+    EXPECT_EQ(boards.status, 0);
+    EXPECT_EQ(boards.errors.find("stands in"), std::string::npos) << boards.errors;
+    EXPECT_EQ(boards.errors.find("damaged"), std::string::npos) << boards.errors;
+    WriteBlocks("odd.dds", 8, 6);
+    const Outcome odd = Run(File("odd.dds") + " --out " + File("out.png"));
+    EXPECT_EQ(odd.status, 1);
+    EXPECT_NE(odd.errors.find("whole blocks of 4 by 4"), std::string::npos) << odd.errors;
 }
 
 TEST_F(Gleamview, SizesAndGridsKeepProportions)

@@ -61,7 +61,7 @@ struct DeviceScene::TextureLoader::Decoded
             }
         }
         if (source->width == 0) {
-            view = {file.GetPixels(), file.GetFormat(), file.GetWidth(), file.GetHeight()};
+            view = {file.GetPixels(), file.GetFormat(), file.GetWidth(), file.GetHeight(), file.GetLevels()};
         }
         hasHoles = view.format == gw::FORMAT_RGBA8 && FindHoles(view.pixels, std::size_t(view.width) * view.height);
     }
