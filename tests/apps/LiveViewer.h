@@ -34,6 +34,8 @@ public:
     /// Waits for the end and gives the exit status; -1 when it does not come.
     int WaitForEnd();
 
+    /// X's number of the window.
+    unsigned long GetWindow() const { return std::stoul(m_window); }
     pid_t GetProcess() const { return m_process; }
     std::string Errors() const;
 

@@ -1,4 +1,5 @@
 // gleamview with a window, on a virtual display with a window manager.
+#include "FileDrop.h"
 #include "GleamviewFixture.h"
 #include "LiveViewer.h"
 #include "common/VirtualDisplay.h"
@@ -192,6 +193,29 @@ TEST_F(ViewerWindow, WhatMovesIsDrawnUntilItIsPaused)
         const std::string title = m_viewer->Title();
         return title.find("paused") != std::string::npos && title.find(" fps - ") == std::string::npos;
     })) << m_viewer->Title();
+    m_viewer->Press("q");
+    EXPECT_EQ(m_viewer->WaitForEnd(), 0) << m_viewer->Errors();
+}
+
+TEST_F(ViewerWindow, DroppedFilesAreOpenedAndBrokenOnesLeaveWhatIsShown)
+{
+    ASSERT_NO_FATAL_FAILURE(OpenFace());
+    const Picture face = Shoot();
+    WriteText("broken.obj", "f 1 2 3\n");
+    ASSERT_TRUE(DropFile(m_viewer->GetWindow(), File("broken.obj")));
+    EXPECT_TRUE(LiveViewer::WaitUntil([&] { return m_viewer->Title().find("cannot open broken.obj") == 0; }));
+    EXPECT_NE(m_viewer->Errors().find("broken.obj"), std::string::npos);
+    EXPECT_EQ(Shoot().rgba, face.rgba);
+
+    WriteText("other.obj", "v -1 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    ASSERT_TRUE(DropFile(m_viewer->GetWindow(), File("other.obj")));
+    EXPECT_TRUE(LiveViewer::WaitUntil([&] { return m_viewer->Title().find("other.obj") == 0; })) << m_viewer->Title();
+    EXPECT_NE(Shoot().rgba, face.rgba);
+
+    // From a scene to a flat image, whose screenshot lies beside it.
+    ASSERT_TRUE(DropFile(m_viewer->GetWindow(), WriteImage("grey.png", 320, 240, DXGI_FORMAT_R8_UNORM)));
+    EXPECT_TRUE(LiveViewer::WaitUntil([&] { return m_viewer->Title().find("grey.png") == 0; })) << m_viewer->Title();
+    EXPECT_EQ(m_viewer->Screenshot(), File("grey-1.png"));
     m_viewer->Press("q");
     EXPECT_EQ(m_viewer->WaitForEnd(), 0) << m_viewer->Errors();
 }
