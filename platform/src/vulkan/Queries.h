@@ -45,7 +45,7 @@ struct QuerySegment
 
 struct QueryPool
 {
-    static constexpr uint32_t Count = 128;
+    static constexpr uint32_t Count = 256;
 
     VkQueryPool handle = VK_NULL_HANDLE;
     std::array<QuerySegment, Count> segments;
