@@ -1,4 +1,5 @@
 // The samples, each run as a reader would run it, under the validation layer; some pixels of every picture are known.
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
@@ -19,6 +20,7 @@ struct Sample
 {
     const char* name;
     std::array<std::array<int, 3>, 5> colors; ///< at the places above
+    double drawn;                             ///< percent of the pixels that are unlike the upper left corner's
 };
 
 void PrintTo(const Sample& sample, std::ostream* out)
@@ -76,6 +78,10 @@ TEST_P(Samples, DrawWhatTheyPromise)
         for (int channel = 0; channel < 3; ++channel)
             EXPECT_NEAR(picture.At(PLACES[i])[channel], GetParam().colors[i][channel], 3)
                 << "place " << i << ", channel " << channel;
+    std::size_t drawn = 0;
+    for (std::size_t i = 0; i < picture.pixels.size(); i += 4)
+        drawn += !std::equal(&picture.pixels[i], &picture.pixels[i] + 4, picture.pixels.data());
+    EXPECT_NEAR(double(drawn) * 400.0 / double(picture.pixels.size()), GetParam().drawn, 0.5);
 }
 
 TEST_F(SampleTest, CapturedFilesShowTheSame)
@@ -96,16 +102,18 @@ TEST_F(SampleTest, CapturedFilesShowTheSame)
 INSTANTIATE_TEST_SUITE_P(
     All, Samples,
     testing::Values(
-        Sample{"01_clear", {{{33, 51, 84}, {211, 165, 67}, {33, 51, 84}, {33, 51, 84}, {33, 51, 84}}}},
-        Sample{"02_triangle", {{{70, 75, 195}, {139, 98, 90}, {53, 122, 160}, {20, 23, 28}, {20, 23, 28}}}},
-        Sample{"03_texture", {{{207, 213, 214}, {151, 145, 116}, {214, 223, 230}, {41, 41, 46}, {41, 41, 46}}}},
-        Sample{"04_recording", {{{64, 140, 204}, {235, 168, 64}, {20, 23, 28}, {143, 97, 184}, {20, 23, 28}}}},
-        Sample{"05_frame", {{{26, 31, 38}, {207, 165, 64}, {26, 31, 38}, {26, 31, 38}, {26, 31, 38}}}},
-        Sample{"06_lines", {{{26, 31, 38}, {56, 56, 69}, {26, 31, 38}, {26, 31, 38}, {250, 204, 64}}}},
-        Sample{"08_cloth", {{{26, 31, 38}, {85, 35, 24}, {26, 31, 38}, {26, 31, 38}, {26, 31, 38}}}},
+        Sample{"01_clear", {{{33, 51, 84}, {211, 165, 67}, {33, 51, 84}, {33, 51, 84}, {33, 51, 84}}}, 31.25},
+        Sample{"02_triangle", {{{70, 75, 195}, {139, 98, 90}, {53, 122, 160}, {20, 23, 28}, {20, 23, 28}}}, 26.25},
+        Sample{"03_texture", {{{207, 213, 214}, {151, 145, 116}, {214, 223, 230}, {41, 41, 46}, {41, 41, 46}}}, 53.2},
+        Sample{"04_recording", {{{64, 140, 204}, {235, 168, 64}, {20, 23, 28}, {143, 97, 184}, {20, 23, 28}}}, 38.2},
+        Sample{"05_frame", {{{26, 31, 38}, {207, 165, 64}, {26, 31, 38}, {26, 31, 38}, {26, 31, 38}}}, 19.9},
+        Sample{"06_lines", {{{26, 31, 38}, {56, 56, 69}, {26, 31, 38}, {26, 31, 38}, {250, 204, 64}}}, 8.2},
+        Sample{"07_text", {{{26, 31, 38}, {26, 31, 38}, {96, 85, 46}, {26, 31, 38}, {26, 31, 38}}}, 10.3},
+        Sample{"08_cloth", {{{26, 31, 38}, {85, 35, 24}, {26, 31, 38}, {26, 31, 38}, {26, 31, 38}}}, 24.5},
         Sample{"09_image_formats",
-               {{{148, 147, 128}, {71, 116, 165}, {182, 190, 191}, {165, 150, 107}, {235, 177, 82}}}},
-        Sample{"10_capture", {{{140, 128, 128}, {230, 128, 51}, {110, 128, 153}, {51, 128, 204}, {26, 31, 38}}}}),
+               {{{148, 147, 128}, {71, 116, 165}, {182, 190, 191}, {165, 150, 107}, {235, 177, 82}}},
+               86.7},
+        Sample{"10_capture", {{{140, 128, 128}, {230, 128, 51}, {110, 128, 153}, {51, 128, 204}, {26, 31, 38}}}, 85.3}),
     testing::PrintToStringParamName());
 
 } // namespace

@@ -6,13 +6,13 @@
 
 #include <Gleamwork/Renderer.h>
 #include <Gleamwork/RendererCommandBuffer.h>
+#include <Gleamwork/image/Image.h>
 
 #include <algorithm>
 #include <cmath>
 #include <qs/FileSystem.h>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <vector>
 
 namespace gleamview {
 
@@ -30,16 +30,17 @@ std::string ToAscii(std::string text)
 
 OverlayFont::OverlayFont(gw::Renderer& renderer) : m_renderer(renderer)
 {
-    // Text is drawn with what the red channel covers.
-    std::vector<unsigned char> pixels;
-    for (unsigned i = 0; i < g_overlayGlyphsSize; ++i) {
-        pixels.insert(pixels.end(), 4, g_overlayGlyphs[i]);
+    gw::Image glyphs;
+    if (!glyphs.Load(gw::IMAGE_FILE_PNG, {g_overlayTexture, g_overlayTextureSize}, {})) {
+        return;
     }
-    m_glyphs = UploadTexture(
-        {pixels.data(), gw::FORMAT_RGBA8, g_overlayGlyphsWidth, g_overlayGlyphsSize / g_overlayGlyphsWidth}, false);
+    m_glyphs = renderer.AddTexture();
+    renderer.CreateTexture(m_glyphs, glyphs, false);
+    glyphs.FreePixelData();
     // Descriptions are read from files; this one lies in memory.
     const int file = memfd_create("overlay font", MFD_CLOEXEC);
-    if (file >= 0 && write(file, g_overlayFont, g_overlayFontSize) == static_cast<ssize_t>(g_overlayFontSize)) {
+    if (file >= 0 &&
+        write(file, g_overlayDescription, g_overlayDescriptionSize) == static_cast<ssize_t>(g_overlayDescriptionSize)) {
         const std::string path = "/proc/self/fd/" + std::to_string(file);
         qs::FileReader reader(qs::Path(qs::PATH_ROOT_NONE, path.c_str()));
         m_font.Parse(&reader, m_glyphs);

@@ -1,0 +1,13 @@
+# Writes a source file with the bytes of a font's two files: cmake -DOUT=FILE -DFONT=NAME -P embed.cmake
+set(text "// Made from the overlay's font files.\n#include \"fonts/OverlayFontData.h\"\n\nnamespace gleamview {\n\n")
+foreach(part Description=fnt Texture=png)
+  string(REPLACE "=" ";" part ${part})
+  list(GET part 0 name)
+  list(GET part 1 ending)
+  file(READ ${FONT}.${ending} bytes HEX)
+  string(REGEX REPLACE "(..)" "0x\\1," bytes "${bytes}")
+  string(APPEND text "const unsigned char g_overlay${name}[] = {${bytes}};\n")
+  string(APPEND text "const unsigned g_overlay${name}Size = sizeof g_overlay${name};\n")
+endforeach()
+string(APPEND text "\n} // namespace gleamview\n")
+file(WRITE ${OUT} "${text}")
