@@ -62,7 +62,6 @@ void LineIndex::Grow()
 {
     std::vector<Slot> old(std::max<std::size_t>(16, 2 * m_slots.size()));
     old.swap(m_slots);
-    m_last = 0;
     for (const Slot& slot : old) {
         if (slot.line) {
             m_slots[Locate(slot.color, slot.lifeTime)] = slot;

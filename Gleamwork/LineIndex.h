@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
-#include <limits>
 #include <qs/Math.h>
 #include <vector>
 
@@ -19,15 +17,7 @@ class LineIndex
 public:
     Line* Find(const Vector4f& color, float lifeTime) const
     {
-        if (m_slots.empty()) {
-            return nullptr;
-        }
-        // Equal bits are enough: no key that is stored differs from itself.
-        const Slot& last = m_slots[m_last];
-        if (std::memcmp(&last.color, &color, sizeof(color)) != 0 || last.lifeTime != lifeTime) {
-            m_last = Locate(color, lifeTime);
-        }
-        return m_slots[m_last].line;
+        return m_slots.empty() ? nullptr : m_slots[Locate(color, lifeTime)].line;
     }
     /// The line must not be null. A key that is there already keeps its line.
     void Add(const Vector4f& color, float lifeTime, Line* line);
@@ -37,8 +27,8 @@ public:
 private:
     struct Slot
     {
-        Line* line = nullptr;                                     ///< null: free
-        float lifeTime = std::numeric_limits<float>::quiet_NaN(); ///< of a free slot: equals nothing
+        Line* line = nullptr; ///< null: free
+        float lifeTime = 0.0f;
         Vector4f color;
         bool Is(const Vector4f& otherColor, float otherLifeTime) const
         {
@@ -52,7 +42,6 @@ private:
 
     std::vector<Slot> m_slots; ///< none, or a power of two
     std::size_t m_count = 0;
-    mutable std::size_t m_last = 0; ///< found last: shapes mostly come in runs of one colour
 };
 
 } // namespace gw

@@ -1,6 +1,7 @@
 // The lists of debug lines.
 #include "Gleamwork/LineMan.h"
 
+#include <cstring>
 #include <qs/Log.h>
 #include <qs/Profile.h>
 
@@ -27,6 +28,26 @@ LineMan::~LineMan()
     Clear();
 }
 
+inline Line* LineMan::ProvideLine(const Vector4f& color, float lifeTime)
+{
+    // Equal bits are enough: no colour is kept that differs from itself.
+    if (m_last.line && m_last.lifeTime == lifeTime && std::memcmp(&m_last.color, &color, sizeof(color)) == 0) {
+        return m_last.line;
+    }
+    Line* line = SearchLine(color, lifeTime);
+    m_last = {color == color ? line : nullptr, lifeTime, color};
+    return line;
+}
+
+inline Line* LineMan::GetTarget(unsigned short count, const Vector4f& color, float lifeTime)
+{
+    if (count % 2 != 0) {
+        QS_LOG_ASSERT(FILE_NAME, "gw::LineMan::AddPoints", "Assert! [Replace me with a better description]");
+        return nullptr;
+    }
+    return Global->debugLines != 0 ? ProvideLine(color, lifeTime) : nullptr;
+}
+
 void LineMan::AddPoints(const Vector3f* points, const unsigned short& count, const Vector4f& color, float lifeTime,
                         const Matrix4x4f& transform)
 {
@@ -46,15 +67,6 @@ void LineMan::AddPoints(const Vector3f* points, unsigned short count, const Vect
     }
 }
 
-Line* LineMan::GetTarget(unsigned short count, const Vector4f& color, float lifeTime)
-{
-    if (count % 2 != 0) {
-        QS_LOG_ASSERT(FILE_NAME, "gw::LineMan::AddPoints", "Assert! [Replace me with a better description]");
-        return nullptr;
-    }
-    return Global->debugLines != 0 ? ProvideLine(color, lifeTime) : nullptr;
-}
-
 Line* LineMan::GetLine(const Vector4f& color) const
 {
     return m_worldIndex.Find(color, 0.0f);
@@ -70,7 +82,7 @@ Line* LineMan::GetLifeDebugLine(const Vector4f& color, float lifeTime) const
     return m_lifeIndex.Find(color, lifeTime);
 }
 
-Line* LineMan::ProvideLine(const Vector4f& color, float lifeTime)
+Line* LineMan::SearchLine(const Vector4f& color, float lifeTime)
 {
     if (!IsDebugLine(lifeTime)) {
         Line* line = GetLine(color);
@@ -141,6 +153,7 @@ void LineMan::Add2DLine(const Vector2f& a, const Vector2f& b, const Vector4f& co
 void LineMan::Update(const qs::GameTime& time)
 {
     qs::CSLock lock(m_lock);
+    m_last = {};
     for (Line* line : m_frameLines) {
         line->Clear();
     }
@@ -167,6 +180,7 @@ void LineMan::Clear()
     DestroyAll(m_frameLines);
     DestroyAll(m_lifeLines);
     DestroyAll(m_userLines);
+    m_last = {};
     m_worldIndex.Clear();
     m_frameIndex.Clear();
     m_lifeIndex.Clear();

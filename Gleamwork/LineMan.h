@@ -144,8 +144,18 @@ private:
     Line* GetTarget(unsigned short count, const Vector4f& color, float lifeTime);
     /// The line that points of this colour and life time go to, made when there is none; null without memory.
     Line* ProvideLine(const Vector4f& color, float lifeTime);
+    Line* SearchLine(const Vector4f& color, float lifeTime);
     QS_COLD Line* MakeLine(const Vector4f& color, float lifeTime, LineSet& lines, LineIndex& index);
 
+    /// The line that was provided last and its key, for runs of one colour. Null when there may be none.
+    struct Last
+    {
+        Line* line = nullptr;
+        float lifeTime = 0.0f;
+        Vector4f color;
+    };
+
+    Last m_last;
     // Frame and world lines have a life time of 0 in their index.
     LineIndex m_frameIndex;
     LineIndex m_lifeIndex;

@@ -105,6 +105,15 @@ TEST_F(ListsTest, LifeTimesCountDown)
     Step(5.0f);
     EXPECT_EQ(m_lines.m_lifeLines.GetSize(), 0u);
     EXPECT_EQ(LiveLines() - before, 1);
+
+    // What was drawn last and died is not drawn to again.
+    for (const float lifeTime : {1.0f, 0.0f, WORLD}) {
+        m_lines.AddLine(A, B, RED, lifeTime);
+        lifeTime > 0.0f ? Step(5.0f) : m_lines.Clear();
+        m_lines.AddLine(A, B, RED, lifeTime);
+    }
+    EXPECT_EQ(m_lines.m_lifeLines.GetSize() + m_lines.m_frameLines.GetSize(), 0u);
+    EXPECT_EQ(m_lines.GetLine(RED)->GetCount(), 2u);
 }
 
 TEST_F(ListsTest, RegisteredLinesBelongToTheManager)
