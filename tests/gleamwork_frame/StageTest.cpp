@@ -77,7 +77,7 @@ TEST_F(FrameTest, StagesRecordTargetsWithTheViewsPlace)
     const std::uint64_t before = GleamNullCallCountOf("RSSetViewports");
     qs::ExecuteCommandDispatcher(commands, true);
     EXPECT_EQ(GleamNullCallCountOf("RSSetViewports") - before, 8u); // one of the targets, one of the view
-    m_log.Clear(); // the first frame's buffers are gone by now
+    m_log.Clear();                                                  // the first frame's buffers are gone by now
     m_renderer->RemoveTexture(target, true, true);
     m_frame.reset();
 }

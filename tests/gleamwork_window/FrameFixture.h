@@ -1,8 +1,8 @@
 // A window of SDL2 with a render frame on it.
 #pragma once
 
-#include "gleamwork_core/CoreFixture.h"
 #include "common/VirtualDisplay.h"
+#include "gleamwork_core/CoreFixture.h"
 
 #include "Gleamwork/RenderFrame.h"
 #include "Gleamwork/dx11/D3D11RenderFrame.h"

@@ -46,22 +46,21 @@ void CloseDescriptor(int& descriptor)
     descriptor = -1;
 }
 
-/// Bytes that an import may need whatever its file's size, and for each byte of the file: text formats swell about
-/// thirtyfold, and files beside the named one are not counted.
-constexpr rlim_t s_importBase = rlim_t(4) << 30;
-constexpr rlim_t s_importShare = 64;
-
 /// What needs more memory than a file of that size can have reason to fails with a message, instead of taking the
 /// machine along. Sanitizers reserve address space of their own, so they go without.
 void LimitMemory([[maybe_unused]] const std::string& path)
 {
 #ifndef GLEAMVIEW_SANITIZED
+    // Bytes that an import may need whatever its file's size, and for each byte of the file: text formats swell about
+    // thirtyfold, and files beside the named one are not counted.
+    constexpr rlim_t base = rlim_t(4) << 30;
+    constexpr rlim_t share = 64;
     std::error_code code;
     const std::uintmax_t fileSize = std::filesystem::file_size(path, code);
     const auto pages = static_cast<rlim_t>(std::max(sysconf(_SC_PHYS_PAGES), 1L));
     const rlim_t machine = pages / 4 * 3 * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
-    const rlim_t file = code || fileSize > machine ? 0 : static_cast<rlim_t>(fileSize) * s_importShare;
-    const rlim_t limit = std::min(machine, s_importBase + file);
+    const rlim_t file = code || fileSize > machine ? 0 : static_cast<rlim_t>(fileSize) * share;
+    const rlim_t limit = std::min(machine, base + file);
     const rlimit memory{limit, limit};
     setrlimit(RLIMIT_DATA, &memory);
 #endif
