@@ -1,4 +1,5 @@
-// Feeds arbitrary bytes to the bitmap reader. The header alone describes what the pixels then have to fill.
+// Feeds arbitrary bytes to the reader of IMAGE_TYPE, a format whose files hold one picture and no chain. The header
+// alone describes what the pixels then have to fill.
 #include "Gleamwork/image/Image.h"
 
 #include <cstdlib>
@@ -14,12 +15,12 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
     gw::ImageLoadParams params;
     params.flags = gw::IMAGE_LOAD_HEADER_ONLY;
     gw::Image image;
-    const bool described = image.Load(gw::IMAGE_FILE_BMP, {data, size}, params);
+    const bool described = image.Load(gw::IMAGE_TYPE, {data, size}, params);
     const int64_t width = image.GetWidth(), height = image.GetHeight();
     params.flags = 0;
     if (size > 6 && (data[6] & 1) != 0)
         params.formatReplacements = replacements;
-    const bool good = image.Load(gw::IMAGE_FILE_BMP, {data, size}, params);
+    const bool good = image.Load(gw::IMAGE_TYPE, {data, size}, params);
     if (good && (!described || image.GetWidth() != width || image.GetHeight() != height))
         std::abort();
     if (image.GetBufferSize() != (good ? image.GetMipMapSize(0, 1, gw::FORMAT_NONE) : 0))
