@@ -2,7 +2,7 @@
 #pragma once
 
 #include <Gleamwork/App.h>
-#include <Gleamwork/Window.h>
+#include <Gleamwork/HiddenWindow.h>
 
 #include <memory>
 #include <qs/CommandManager.h>
@@ -12,50 +12,6 @@ class IAPI;
 }
 
 namespace apps {
-
-/// Stands where an editor has its main window, for a program that draws into a texture and shows nothing.
-class HiddenWindow final : public gw::Window
-{
-public:
-    bool Open(const char*, int, int, int width, int height, int, int, int, int) override
-    {
-        SetSize(width, height);
-        return true;
-    }
-    void Close() override {}
-    void Show() override {}
-    void Hide() override {}
-    void SetTitle(const char*) override {}
-    void SetPosition(int, int) override {}
-    void GetPosition(int& x, int& y) const override { x = y = 0; }
-    void SetSize(int width, int height) override
-    {
-        m_width = width;
-        m_height = height;
-    }
-    void GetSize(int& width, int& height) const override
-    {
-        width = m_width;
-        height = m_height;
-    }
-    void SetDisplay(int) override {}
-    void SetFullscreenMode(const gw::DisplayMode&, int) override {}
-    void EnterFullscreen(int) override {}
-    void ApplyFakeFullscreenStyle() override {}
-    void LeaveFullscreen(int) override {}
-    bool IsFullscreen() const override { return false; }
-    bool IsVisible() const override { return false; }
-    bool HasFocus() const override { return false; }
-    void Focus() override {}
-    void Minimize() override {}
-    void Restore() override {}
-    void Update() override {}
-    HWND GetNativeHandle() override { return nullptr; }
-
-private:
-    int m_width = 0;
-    int m_height = 0;
-};
 
 /// The application object of a program without windows.
 class HiddenApp final : public IApp
@@ -74,7 +30,7 @@ public:
 
 private:
     AppStartupDesc m_startup;
-    HiddenWindow m_window;
+    gw::HiddenWindow m_window;
 };
 
 /// Device, renderer and queues. The thread that starts it owns the device, drains both queues and is the thread that

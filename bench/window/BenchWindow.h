@@ -1,7 +1,7 @@
 // A window of SDL2 on a virtual display, for both sides of a row.
 #pragma once
 
-#include "Gleamwork/Window.h"
+#include "Gleamwork/HiddenWindow.h"
 
 #include <SDL.h>
 
@@ -9,7 +9,7 @@ namespace bench {
 
 /// Open for the life of the object, at rest and of the asked size. The library may be given it; it asks for the handle
 /// only.
-class BenchWindow : public gw::Window
+class BenchWindow : public gw::HiddenWindow
 {
 public:
     BenchWindow(int width, int height)
@@ -41,27 +41,7 @@ public:
         }
     }
     HWND GetNativeHandle() override { return reinterpret_cast<HWND>(m_window); }
-
-    bool Open(const char*, int, int, int, int, int, int, int, int) override { return true; }
-    void Close() override {}
-    void Show() override {}
-    void Hide() override {}
-    void SetTitle(const char*) override {}
-    void SetPosition(int, int) override {}
-    void GetPosition(int&, int&) const override {}
-    void GetSize(int&, int&) const override {}
-    void SetDisplay(int) override {}
-    void SetFullscreenMode(const gw::DisplayMode&, int) override {}
-    void EnterFullscreen(int) override {}
-    void ApplyFakeFullscreenStyle() override {}
-    void LeaveFullscreen(int) override {}
-    bool IsFullscreen() const override { return false; }
     bool IsVisible() const override { return true; }
-    bool HasFocus() const override { return false; }
-    void Focus() override {}
-    void Minimize() override {}
-    void Restore() override {}
-    void Update() override {}
 
 private:
     SDL_Window* m_window;

@@ -3,42 +3,14 @@
 
 #include "Gleamwork/App.h"
 #include "Gleamwork/GWDataLoader.h"
+#include "Gleamwork/HiddenWindow.h"
 #include "Gleamwork/Renderer.h"
-#include "Gleamwork/Window.h"
 
 #include <array>
 #include <gtest/gtest.h>
 #include <memory>
 #include <qs/Log.h>
 #include <vector>
-
-/// A window that is nowhere.
-class TestWindow : public gw::Window
-{
-public:
-    bool Open(const char*, int, int, int, int, int, int, int, int) override { return true; }
-    void Close() override {}
-    void Show() override {}
-    void Hide() override {}
-    void SetTitle(const char*) override {}
-    void SetPosition(int, int) override {}
-    void GetPosition(int&, int&) const override {}
-    void SetSize(int, int) override {}
-    void GetSize(int&, int&) const override {}
-    void SetDisplay(int) override {}
-    void SetFullscreenMode(const gw::DisplayMode&, int) override {}
-    void EnterFullscreen(int) override {}
-    void ApplyFakeFullscreenStyle() override {}
-    void LeaveFullscreen(int) override {}
-    bool IsFullscreen() const override { return false; }
-    bool IsVisible() const override { return false; }
-    bool HasFocus() const override { return false; }
-    void Focus() override {}
-    void Minimize() override {}
-    void Restore() override {}
-    void Update() override {}
-    HWND GetNativeHandle() override { return nullptr; }
-};
 
 class TestApp : public IApp
 {
@@ -48,7 +20,7 @@ public:
     void NotifyWindowResize(int, int, HWND__*, bool, int, int) override {}
     gw::Window* GetMainWindow(bool, std::uint32_t, std::uint32_t) override { return &m_window; }
 
-    TestWindow m_window;
+    gw::HiddenWindow m_window;
     AppStartupDesc m_desc;
 };
 

@@ -16,7 +16,7 @@ struct OpenCall
     int x, y, width, height, style, displayIndex, numerator, denominator;
 };
 
-class ScriptedWindow : public TestWindow
+class ScriptedWindow : public gw::HiddenWindow
 {
 public:
     bool Open(const char* name, int x, int y, int width, int height, int style, int displayIndex, int numerator,

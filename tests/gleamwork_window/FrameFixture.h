@@ -12,7 +12,7 @@
 #include <string>
 
 /// What the library does with its window is done, and written down.
-class SdlWindow : public TestWindow
+class SdlWindow : public gw::HiddenWindow
 {
 public:
     void SetSize(int width, int height) override;
