@@ -210,6 +210,15 @@ std::uint32_t GetStride(const StreamCollection& streams)
     return std::uint32_t(stride);
 }
 
+std::uint32_t GetFormatStride(const StreamCollection& streams)
+{
+    std::uint32_t stride = 0;
+    for (const Stream& stream : streams.streams) {
+        stride += GetRequiredComponents(stream) * std::uint32_t(sizeof(float));
+    }
+    return stride;
+}
+
 } // namespace
 
 void Model::ReportExisting() const
@@ -242,7 +251,8 @@ void Model::CreateFromStreamCollection(RendererCommandBuffer& commands, const St
     if (streams.indices && streams.indexCount != 0) {
         UpdateIndices(commands, streams, dynamic);
     }
-    const std::uint32_t stride = GetStride(streams);
+    // What the format tells the device counts, also where a stream brings fewer components or more.
+    const std::uint32_t stride = GetStride(streams) != 0 ? GetFormatStride(streams) : 0;
     if (stride == 0) {
         return;
     }

@@ -19,7 +19,11 @@ if(GLEAM_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${GLEAM_CCACHE})
 endif()
 
-add_compile_options(-Wall -Wextra -Wno-unused-parameter -Wno-missing-field-initializers)
+add_compile_options(-Wall -Wextra -Wno-unused-parameter -Wno-missing-field-initializers -Wno-missing-braces)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # Its standard library's strings set this one off.
+  add_compile_options(-Wno-restrict)
+endif()
 # Precompiled headers and ccache agree only when macro locations may be sloppy.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fpch-preprocess)

@@ -251,7 +251,12 @@ TEST_F(Models, ManyTrianglesTakeBoundedMemory)
                   arguments, [](pid_t) {}, large),
               0);
     // 32 bytes a vertex and 6 a triangle, in the importer's result and on the device.
-    EXPECT_LT(large - small, 120 * 1024) << "kilobytes: " << small << " and " << large;
+#ifdef GLEAM_SANITIZED
+    constexpr long most = 400 * 1024; // the checkers keep what is freed, and marks for every byte
+#else
+    constexpr long most = 120 * 1024;
+#endif
+    EXPECT_LT(large - small, most) << "kilobytes: " << small << " and " << large;
 }
 
 TEST_F(Models, CtrlCStopsAtOnceAndLeavesNoPicture)

@@ -15,8 +15,6 @@ constexpr std::uint32_t MaxBufferSize = 1u << 28;
 class InfoWriter
 {
 public:
-    static constexpr bool Reads = false;
-
     template <class T>
     void Field(const T& value)
     {
@@ -54,8 +52,6 @@ private:
 class InfoReader
 {
 public:
-    static constexpr bool Reads = true;
-
     explicit InfoReader(std::span<const std::uint8_t> bytes) : m_in(bytes) {}
 
     template <class T>
