@@ -134,7 +134,7 @@ void Copy(const PackedStream& stream, char* packed, std::uint32_t stride, std::u
 
 // Fills the format and plans the copies. A stream with the wrong number of components never reads beyond its floats nor
 // writes beyond the vertex.
-std::vector<PackedStream> PlanCopies(const StreamCollection& streams, std::uint32_t stride, FormatDesc* format)
+std::vector<PackedStream> PlanCopies(const StreamCollection& streams, FormatDesc* format)
 {
     std::vector<PackedStream> plan;
     std::uint32_t offset = 0;
@@ -153,8 +153,7 @@ std::vector<PackedStream> PlanCopies(const StreamCollection& streams, std::uint3
                                                                       : std::uint8_t(0);
         ++format;
         const std::uint32_t given = std::uint32_t(std::max(stream.components, 0));
-        const std::uint32_t room = offset < stride ? (stride - offset) / std::uint32_t(sizeof(float)) : 0;
-        const std::uint32_t copied = std::min({std::uint32_t(required), given, room});
+        const std::uint32_t copied = std::min(std::uint32_t(required), given);
         if (stream.data && copied != 0) {
             plan.push_back({stream.data, given, copied, offset, std::min(stream.vertexCount, streams.vertexCount)});
         }
@@ -183,7 +182,7 @@ RawBlock<char> Pack(const StreamCollection& streams, std::uint32_t stride, Forma
     if (!packed) {
         return packed;
     }
-    const std::vector<PackedStream> plan = PlanCopies(streams, stride, format);
+    const std::vector<PackedStream> plan = PlanCopies(streams, format);
     if (!IsPackedWhole(plan, stride, streams.vertexCount)) {
         std::memset(packed.get(), 0, size);
     }
@@ -195,28 +194,22 @@ RawBlock<char> Pack(const StreamCollection& streams, std::uint32_t stride, Forma
     return packed;
 }
 
-// In 64 bits, so that a hostile count of components cannot wrap; 0 for a vertex of more than 64 KiB.
+// Bytes of a vertex in the format that the streams make, which is what the device is told, also where a stream brings
+// fewer components or more. 0 without components, and after an error when the streams bring more than 64 KiB a vertex;
+// that is reckoned in 64 bits, so that a hostile count of components cannot wrap.
 std::uint32_t GetStride(const StreamCollection& streams)
 {
-    std::int64_t stride = 0;
-    for (const Stream& stream : streams.streams) {
-        stride += std::int64_t(std::max(stream.components, 0)) * std::int64_t(sizeof(float));
-    }
-    if (stride > 65536) {
-        QS_LOG_ERROR(FILE_NAME, FUNCTION, "The streams make vertices of %lld bytes; at most 65536 are possible.",
-                     static_cast<long long>(stride));
-        return 0;
-    }
-    return std::uint32_t(stride);
-}
-
-std::uint32_t GetFormatStride(const StreamCollection& streams)
-{
+    std::int64_t given = 0;
     std::uint32_t stride = 0;
     for (const Stream& stream : streams.streams) {
+        given += std::int64_t(std::max(stream.components, 0)) * std::int64_t(sizeof(float));
         stride += GetRequiredComponents(stream) * std::uint32_t(sizeof(float));
     }
-    return stride;
+    if (given > 65536) {
+        QS_LOG_ERROR(FILE_NAME, FUNCTION, "The streams make vertices of %lld bytes; at most 65536 are possible.",
+                     static_cast<long long>(given));
+    }
+    return given != 0 && given <= 65536 ? stride : 0;
 }
 
 } // namespace
@@ -251,8 +244,7 @@ void Model::CreateFromStreamCollection(RendererCommandBuffer& commands, const St
     if (streams.indices && streams.indexCount != 0) {
         UpdateIndices(commands, streams, dynamic);
     }
-    // What the format tells the device counts, also where a stream brings fewer components or more.
-    const std::uint32_t stride = GetStride(streams) != 0 ? GetFormatStride(streams) : 0;
+    const std::uint32_t stride = GetStride(streams);
     if (stride == 0) {
         return;
     }
