@@ -1,6 +1,8 @@
 // Reading of the command line.
 #include "Options.h"
 
+#include "common/BadOption.h"
+
 #include <charconv>
 #include <cstring>
 #include <getopt.h>
@@ -109,11 +111,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, std::string& error)
         case OptionHelp:
             options.help = true;
             return options;
-        case ':':
-            error = std::string("'") + argv[optind - 1] + "' needs a value";
-            return std::nullopt;
         default:
-            error = std::string("'") + argv[optind - 1] + "' is not an option";
+            error = apps::DescribeBadOption(found, argv);
             return std::nullopt;
         }
     }
